@@ -1,0 +1,36 @@
+# The compiler settings of every target of this project, carried by one interface library.
+
+add_library(quorvel_compiler_settings INTERFACE)
+add_library(quorvel::compiler_settings ALIAS quorvel_compiler_settings)
+
+target_compile_features(quorvel_compiler_settings INTERFACE cxx_std_23)
+target_compile_options(quorvel_compiler_settings INTERFACE
+    -Wall
+    -Wextra
+    -Wpedantic
+    -Wconversion
+    -Wsign-conversion
+    -Wdouble-promotion
+    -Wshadow
+    -Wnon-virtual-dtor
+    -Woverloaded-virtual
+    -Wold-style-cast
+    -Wcast-align
+    -Wformat=2
+    -Wimplicit-fallthrough
+    -Werror
+    -fstack-protector-strong
+    -fvisibility=hidden)
+target_compile_definitions(quorvel_compiler_settings INTERFACE
+    $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_FOREACH
+    QT_NO_KEYWORDS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+
+# The sanitizers instrument everything that is linked, so they are directory-wide rather than a target's property.
+if(QUORVEL_SANITIZERS)
+    add_compile_options(-fsanitize=${QUORVEL_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${QUORVEL_SANITIZERS})
+endif()
