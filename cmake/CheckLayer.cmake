@@ -1,3 +1,5 @@
+cmake_minimum_required(VERSION 3.25)
+
 # Run by quorvel_add_layer for one folder: every include must be of the folder itself, of a folder that it uses, of the
 # C++ standard library, of Qt or of QCoro. Only an operating-system layer may include anything else.
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/Result.h"
+
+#include <QString>
+
+namespace quorvel {
+
+enum class BackendClientError {
+    server = 1,      ///< the backend refused; the description is its own text
+    invalidResponse, ///< what came back makes no sense
+};
+
+[[nodiscard]] const char* errorCategoryName(BackendClientError);
+[[nodiscard]] const char* errorName(BackendClientError error);
+
+/// BackendClientError::server with this text as its description, unchanged.
+[[nodiscard]] Failure backendServerFailure(const QString& message);
+[[nodiscard]] Failure backendInvalidResponseFailure();
+
+} // namespace quorvel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/RawValue.h"
+
+#include <QString>
+
+#include <array>
+
+namespace quorvel {
+
+enum class SessionMode { hr, technical };
+
+/// The texts on the wire, which are also the titles.
+[[nodiscard]] constexpr auto rawValues(SessionMode)
+{
+    return std::array{
+        RawValue{SessionMode::hr, "HR"},
+        RawValue{SessionMode::technical, "Technical"},
+    };
+}
+
+/// One sentence on how answers are framed in this mode.
+[[nodiscard]] QString modeDescription(SessionMode mode);
+
+} // namespace quorvel
