@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QObject>
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +14,15 @@ namespace quorvel {
 /// What the user tells about the interview, so that answers sound like them.
 struct MeetingContext
 {
+    Q_GADGET
+    Q_PROPERTY(QString userRole MEMBER userRole)
+    Q_PROPERTY(QString meetingGoal MEMBER meetingGoal)
+    Q_PROPERTY(QString tone MEMBER tone)
+    Q_PROPERTY(QString resumeSummary MEMBER resumeSummary)
+    Q_PROPERTY(QString jobDescription MEMBER jobDescription)
+    Q_PROPERTY(QStringList keyterms MEMBER keyterms)
+
+public:
     QString userRole;
     QString meetingGoal;
     QString tone;

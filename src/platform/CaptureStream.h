@@ -54,10 +54,10 @@ struct CaptureConfiguration
 {
     bool capturesAudio = false;
     bool excludesCurrentProcessAudio = false;
-    int sampleRate = 0;   ///< frames per second
+    int sampleRate = 0; ///< frames per second
     int channelCount = 0;
-    int width = 0;        ///< pixels of the picture
-    int height = 0;       ///< pixels of the picture
+    int width = 0;  ///< pixels of the picture
+    int height = 0; ///< pixels of the picture
     std::chrono::milliseconds minimumFrameInterval{0};
 
     friend bool operator==(const CaptureConfiguration&, const CaptureConfiguration&) = default;

@@ -29,12 +29,12 @@ struct PanelContent
 
 struct PanelConfiguration
 {
-    static constexpr int nonActivating = 128;        ///< style mask: no frame, never takes the focus
-    static constexpr int buffered = 2;               ///< backing
-    static constexpr int statusLevel = 25;           ///< above normal and floating windows
-    static constexpr int canJoinAllSpaces = 1;       ///< collection behaviour
-    static constexpr int stationary = 16;            ///< collection behaviour
-    static constexpr int fullScreenAuxiliary = 256;  ///< collection behaviour: beside full-screen windows
+    static constexpr int nonActivating = 128;       ///< style mask: no frame, never takes the focus
+    static constexpr int buffered = 2;              ///< backing
+    static constexpr int statusLevel = 25;          ///< above normal and floating windows
+    static constexpr int canJoinAllSpaces = 1;      ///< collection behaviour
+    static constexpr int stationary = 16;           ///< collection behaviour
+    static constexpr int fullScreenAuxiliary = 256; ///< collection behaviour: beside full-screen windows
 
     QRectF contentRect;
     int styleMask = 0;

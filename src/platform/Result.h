@@ -51,7 +51,8 @@ template <typename Error>
 
 namespace platform {
 
-/// The failures that any platform service can report. Services with failures of their own have an enumeration of their own.
+/// The failures that any platform service can report. Services with failures of their own have an enumeration of their
+/// own.
 enum class PlatformError {
     cancelled = 1, ///< The caller withdrew the operation, or the object that ran it is gone.
     unavailable,   ///< The service that would do it is missing on this desktop.

@@ -22,8 +22,8 @@ void launch(Task<T>&& /*running*/)
 
 namespace platform {
 
-/// One result, handed in once from any thread and awaited once on the main thread. A promise that is destroyed without a
-/// result yields the failure "cancelled", so that nobody waits for ever.
+/// One result, handed in once from any thread and awaited once on the main thread. A promise that is destroyed without
+/// a result yields the failure "cancelled", so that nobody waits for ever.
 template <typename T = void>
 class Promise
 {

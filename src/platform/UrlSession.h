@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -41,8 +42,14 @@ struct UrlResponse
     QByteArray body;
 };
 
-/// A text message, or the bytes of a binary one.
-using WebSocketMessage = std::variant<QString, QByteArray>;
+/// One message of a WebSocket connection.
+struct WebSocketMessage
+{
+    enum class Kind { text, binary };
+
+    Kind kind = Kind::binary;
+    QByteArray data; ///< of a text its UTF-8
+};
 
 /// Why a connection was closed, on the wire (RFC 6455, 7.4).
 enum class WebSocketCloseCode : std::uint16_t {
@@ -73,8 +80,8 @@ public:
     /// Starts the connection. Without it nothing is sent or received.
     virtual void resume() = 0;
 
-    /// Ends when the message's bytes have left this process, or with the reason why they will not. What is sent before the
-    /// handshake is done waits for it. More than 1,440,000 waiting bytes (30 s of sound) fail the connection.
+    /// Ends when the message's bytes have left this process, or with the reason why they will not. What is sent before
+    /// the handshake is done waits for it. More than 1,440,000 waiting bytes (30 s of sound) fail the connection.
     [[nodiscard]] virtual Task<Result<>> send(WebSocketMessage message) = 0;
 
     /// The next message in order of arrival. One call at a time. Fails when the connection ends, for whatever reason;

@@ -8,8 +8,8 @@
 
 namespace quorvel::platform {
 
-/// A small persistent key-value store. Main thread. Nothing is reported: an unreadable store reads as empty, and a write
-/// that fails keeps what was stored before.
+/// A small persistent key-value store. Main thread. Nothing is reported: an unreadable store reads as empty, and a
+/// write that fails keeps what was stored before.
 class UserDefaults
 {
 public:

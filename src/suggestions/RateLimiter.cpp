@@ -8,8 +8,7 @@
 namespace quorvel {
 
 RateLimiter::RateLimiter(double minimumInterval, std::shared_ptr<platform::Clock> clock)
-    : m_minimumInterval(
-          std::chrono::duration_cast<Timestamp::duration>(std::chrono::duration<double>(minimumInterval)))
+    : m_minimumInterval(std::chrono::duration_cast<Timestamp::duration>(std::chrono::duration<double>(minimumInterval)))
     , m_clock(std::move(clock))
 {
 }

@@ -29,7 +29,8 @@ SuggestionEngine::SuggestionEngine(std::shared_ptr<OpenAIResponseSuggestionClien
     , m_limiter(minimumRequestInterval, clock)
     , m_history({
           {.name = "suggestion", .read = [](const auto& item) { return QVariant(item.suggestion.suggestion); }},
-          {.name = "intent", .read = [](const auto& item) { return QVariant(rawValue(item.suggestion.detectedIntent)); }},
+          {.name = "intent",
+           .read = [](const auto& item) { return QVariant(rawValue(item.suggestion.detectedIntent)); }},
           {.name = "confidencePercent",
            .read = [](const auto& item) { return QVariant(confidencePercent(item.suggestion.confidence)); }},
           {.name = "sourceLabel", .read = [](const auto& item) { return QVariant(item.sourceLabel); }},

@@ -47,10 +47,7 @@ public:
 class FakeKeychain final : public platform::Keychain
 {
 public:
-    [[nodiscard]] Task<> unlock() override
-    {
-        [[maybe_unused]] const Result<> outcome = co_await unlocking.run();
-    }
+    [[nodiscard]] Task<> unlock() override { [[maybe_unused]] const Result<> outcome = co_await unlocking.run(); }
     [[nodiscard]] platform::KeychainStatus add(const platform::KeychainQuery& item, const QByteArray& data) override
     {
         if (addStatus == platform::keychainSuccess) {

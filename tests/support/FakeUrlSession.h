@@ -45,8 +45,11 @@ public:
     }
 
     /// The other end sends something.
-    void deliver(const QString& text) { deliverMessage(text); }
-    void deliver(const QByteArray& bytes) { deliverMessage(bytes); }
+    void deliver(const QByteArray& data, platform::WebSocketMessage::Kind kind = platform::WebSocketMessage::Kind::text)
+    {
+        m_incoming.push_back({.kind = kind, .data = data});
+        deliverNext();
+    }
     /// The connection ends.
     void end(Failure why)
     {
@@ -63,12 +66,6 @@ public:
     QByteArray closeReason;
 
 private:
-    void deliverMessage(platform::WebSocketMessage message)
-    {
-        m_incoming.push_back(std::move(message));
-        deliverNext();
-    }
-
     void deliverNext()
     {
         if (!m_receiver || (m_incoming.empty() && !m_end)) {
