@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/RawValue.h"
+
+#include <array>
+
+namespace quorvel {
+
+/// State of the listening session.
+enum class SessionStatus { idle, starting, running, stopping, failed };
+
+[[nodiscard]] constexpr auto rawValues(SessionStatus)
+{
+    return std::array{
+        RawValue{SessionStatus::idle, "Idle"},       RawValue{SessionStatus::starting, "Starting"},
+        RawValue{SessionStatus::running, "Running"}, RawValue{SessionStatus::stopping, "Stopping"},
+        RawValue{SessionStatus::failed, "Failed"},
+    };
+}
+
+/// Outcome of the backend's health check.
+enum class BackendAvailability { checking, available, unavailable };
+
+[[nodiscard]] constexpr auto rawValues(BackendAvailability)
+{
+    return std::array{
+        RawValue{BackendAvailability::checking, "Checking"},
+        RawValue{BackendAvailability::available, "Available"},
+        RawValue{BackendAvailability::unavailable, "Unavailable"},
+    };
+}
+
+/// Whether start-up has reached the account.
+enum class APIKeyStatus { missing, validating, connected, invalid };
+
+[[nodiscard]] constexpr auto rawValues(APIKeyStatus)
+{
+    return std::array{
+        RawValue{APIKeyStatus::missing, "Missing"},
+        RawValue{APIKeyStatus::validating, "Checking"},
+        RawValue{APIKeyStatus::connected, "Connected"},
+        RawValue{APIKeyStatus::invalid, "Invalid"},
+    };
+}
+
+} // namespace quorvel
