@@ -68,7 +68,8 @@ private:
 
     [[nodiscard]] Task<Result<>> sendJSON(QJsonObject message);
     void listen();
-    static Task<> receiveLoop(std::weak_ptr<BackendRealtimeClient> client, std::shared_ptr<platform::WebSocketTask> task);
+    static Task<> receiveLoop(std::weak_ptr<BackendRealtimeClient> client,
+                              std::shared_ptr<platform::WebSocketTask> task);
     void handle(const platform::WebSocketMessage& message);
 
     std::shared_ptr<platform::UrlSession> m_session;

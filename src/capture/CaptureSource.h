@@ -38,7 +38,8 @@ struct CaptureSource
 
     /// The second line under the title.
     [[nodiscard]] QString subtitle() const;
-    /// What the source is called where there is one line: its title, or its application's name for a window without one.
+    /// What the source is called where there is one line: its title, or its application's name for a window without
+    /// one.
     [[nodiscard]] QString displayName() const;
 
     friend bool operator==(const CaptureSource& left, const CaptureSource& right) { return left.id == right.id; }

@@ -24,14 +24,14 @@ enum class CaptureError { permissionDenied = 1, invalidSource };
 /// Captures the sound of one source and hands it over as 16-bit mono 24 kHz PCM.
 ///
 /// Its operations belong to the main thread, and the owner runs one start or stop at a time. onAudioChunk and
-/// onCommitRequested are called on the capture stream's audio queue, onError on any thread; the owner sets all three once,
-/// before the first start.
+/// onCommitRequested are called on the capture stream's audio queue, onError on any thread; the owner sets all three
+/// once, before the first start.
 class ScreenCaptureService final : public std::enable_shared_from_this<ScreenCaptureService>,
                                    public platform::CaptureStreamDelegate
 {
 public:
-    [[nodiscard]] static std::shared_ptr<ScreenCaptureService> create(std::shared_ptr<platform::CaptureProvider> provider,
-                                                                      std::shared_ptr<platform::Clock> clock);
+    [[nodiscard]] static std::shared_ptr<ScreenCaptureService>
+    create(std::shared_ptr<platform::CaptureProvider> provider, std::shared_ptr<platform::Clock> clock);
 
     /// Each converted, non-empty buffer of the stream, in order.
     std::function<void(QByteArray)> onAudioChunk;
