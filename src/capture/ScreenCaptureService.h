@@ -1,6 +1,5 @@
 #pragma once
 
-#include "capture/AudioRingBuffer.h"
 #include "capture/CaptureSource.h"
 #include "platform/CaptureStream.h"
 #include "platform/Clock.h"
@@ -11,7 +10,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace quorvel {
 
@@ -45,26 +43,23 @@ public:
     [[nodiscard]] Task<Result<>> startCapture(CaptureSource source);
     /// Succeeds when nothing runs. A failure leaves the stream in place.
     [[nodiscard]] Task<Result<>> stopCapture();
-    /// Asks for the permission if it is missing and waits about 15 s for it; then CaptureError::permissionDenied.
+    /// Asks for the permission if it is missing and waits about 15 s for it; then CaptureError::permissionDenied. Fails
+    /// with the clock's failure when its sleep is cancelled.
     [[nodiscard]] Task<Result<>> ensureScreenRecordingPermission();
 
     void didStopWithError(const Failure& failure) override;
 
 private:
+    class SampleQueue;
     class StreamOutput;
 
     ScreenCaptureService(std::shared_ptr<platform::CaptureProvider> provider, std::shared_ptr<platform::Clock> clock);
 
-    void handle(const platform::AudioSampleBuffer& buffer);
-    void updateSilence(const QByteArray& chunk);
-
     std::shared_ptr<platform::CaptureProvider> m_provider;
     std::shared_ptr<platform::Clock> m_clock;
     std::shared_ptr<platform::CaptureStream> m_stream;
-    std::shared_ptr<StreamOutput> m_streamOutput;
-    AudioRingBuffer m_ringBuffer;
-    double m_silenceDuration = 0.0; ///< seconds
-    std::optional<Timestamp> m_lastSampleAt;
+    /// What the audio queue works on. Every start makes a new one, so that nothing of a former stream can reach it.
+    std::shared_ptr<SampleQueue> m_sampleQueue;
 };
 
 } // namespace quorvel

@@ -1,7 +1,7 @@
 #include "capture/AudioSampleConverter.h"
 
+#include "capture/PlainConversion.h"
 #include "capture/SampleKernels.h"
-#include "tests/capture/PlainConversion.h"
 
 #include <QTest>
 

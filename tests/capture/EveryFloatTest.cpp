@@ -1,5 +1,5 @@
+#include "capture/PlainConversion.h"
 #include "capture/SampleKernels.h"
-#include "tests/capture/PlainConversion.h"
 
 #include <QTest>
 
