@@ -4,6 +4,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -18,9 +19,13 @@ public:
 
     /// The main screen's area without task bars and docks; nothing when there is no screen.
     [[nodiscard]] virtual std::optional<QRectF> mainScreenVisibleFrame() const = 0;
+
+    /// Called on the main thread when the answer above may have changed. One handler; a later one replaces it.
+    virtual void setChangeHandler(std::function<void()> handler) = 0;
 };
 
-/// What a panel shows: a QML component and the values of its required properties.
+/// What a panel shows: a QML component and the values of its required properties. Beside these the component requires a
+/// property `bool isTranslucent`, which the panel provides: false while the desktop does not blend windows.
 struct PanelContent
 {
     QUrl component;

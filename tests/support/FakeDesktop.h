@@ -6,8 +6,10 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quorvel::test {
@@ -16,8 +18,10 @@ class FakeScreens final : public platform::ScreenProvider
 {
 public:
     [[nodiscard]] std::optional<QRectF> mainScreenVisibleFrame() const override { return visibleFrame; }
+    void setChangeHandler(std::function<void()> handler) override { changeHandler = std::move(handler); }
 
     std::optional<QRectF> visibleFrame = QRectF(0, 0, 1440, 875);
+    std::function<void()> changeHandler;
 };
 
 /// What became of one panel; it outlives the panel.
