@@ -2,9 +2,9 @@
 
 #include "overlay/OverlaySettings.h"
 
-#include <QObject>
-
 namespace quorvel {
+
+class OverlayViewState;
 
 /// What the overlay asks of the application, which implements it. Main thread.
 class OverlayHost
@@ -19,8 +19,8 @@ public:
     /// Shows or hides the overlay; share mode only.
     virtual void toggleOverlay() = 0;
     virtual void clearSuggestions() = 0;
-    /// The object that the overlay's view binds to; it lives as long as the host.
-    [[nodiscard]] virtual QObject* overlayViewState() = 0;
+    /// What the overlay's view binds to; it lives as long as the host.
+    [[nodiscard]] virtual OverlayViewState* overlayViewState() = 0;
 };
 
 } // namespace quorvel

@@ -37,7 +37,9 @@ public:
     [[nodiscard]] static QRectF panelFrame(const QRectF& area, const OverlaySettings& settings);
 
 private:
+    void makePanel(OverlayHost& host);
     void installHotkeys();
+    void followScreens();
     [[nodiscard]] QRectF panelFrame(const OverlaySettings& settings) const;
 
     std::weak_ptr<OverlayHost> m_host;
@@ -46,6 +48,8 @@ private:
     std::shared_ptr<platform::KeyMonitorProvider> m_keyMonitors;
     std::shared_ptr<platform::MainThread> m_mainThread;
     std::unique_ptr<platform::Panel> m_panel;
+    /// What the panel shows now; the host's own may hold edits that are not applied yet.
+    OverlaySettings m_appliedSettings;
     std::vector<std::unique_ptr<platform::KeyMonitor>> m_monitors;
 };
 

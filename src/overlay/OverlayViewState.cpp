@@ -1,0 +1,63 @@
+#include "overlay/OverlayViewState.h"
+
+#include <chrono>
+#include <tuple>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvel {
+
+namespace {
+
+bool hasRecentAudio(const OverlayInput& input, Timestamp now)
+{
+    using namespace std::chrono_literals;
+    return input.lastAudioAt && now - *input.lastAudioAt < 2500ms;
+}
+
+QString textFor(const OverlayInput& input, Timestamp now)
+{
+    if (input.shouldRespond && !input.suggestion.isEmpty()) {
+        return input.suggestion;
+    }
+    if (!input.isRunning) {
+        return u"Quorvel ready"_s;
+    }
+    return hasRecentAudio(input, now) ? u"Listening..."_s : u"Waiting for audio..."_s;
+}
+
+QString iconFor(const OverlayInput& input, Timestamp now)
+{
+    if (input.shouldRespond) {
+        return u"text.bubble.fill"_s;
+    }
+    // The session's status plays no part: sound that was heard just now still shows after a stop.
+    return hasRecentAudio(input, now) ? u"waveform"_s : u"pause.circle"_s;
+}
+
+} // namespace
+
+OverlayViewState::OverlayViewState(QObject* parent)
+    : QObject(parent)
+    , m_overlayText(textFor({}, {}))
+    , m_overlayIcon(iconFor({}, {}))
+{
+}
+
+void OverlayViewState::update(const OverlayInput& input, Timestamp now)
+{
+    QString text = textFor(input, now);
+    QString icon = iconFor(input, now);
+    if (std::tie(text, icon, input.shouldRespond, input.isWorking) ==
+        std::tie(m_overlayText, m_overlayIcon, m_shouldRespond, m_isWorking)) {
+        return;
+    }
+    m_overlayText = std::move(text);
+    m_overlayIcon = std::move(icon);
+    m_shouldRespond = input.shouldRespond;
+    m_isWorking = input.isWorking;
+    Q_EMIT changed();
+}
+
+} // namespace quorvel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/Clock.h"
+
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+namespace quorvel {
+
+/// What the overlay's content depends on.
+struct OverlayInput
+{
+    /// Whether the current suggestion is to be shown; its text may be empty all the same.
+    bool shouldRespond = false;
+    QString suggestion = QString();
+    bool isRunning = false; ///< the session
+    bool isWorking = false; ///< on a suggestion
+    std::optional<Timestamp> lastAudioAt = std::nullopt;
+};
+
+/// What the overlay shows, as its view binds to it. Its owner updates it whenever an input changes; it has no timer.
+/// Main thread.
+class OverlayViewState final : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString overlayText READ overlayText NOTIFY changed)
+    Q_PROPERTY(QString overlayIcon READ overlayIcon NOTIFY changed)
+    Q_PROPERTY(bool shouldRespond READ shouldRespond NOTIFY changed)
+    Q_PROPERTY(bool isWorking READ isWorking NOTIFY changed)
+
+public:
+    explicit OverlayViewState(QObject* parent = nullptr);
+
+    void update(const OverlayInput& input, Timestamp now);
+
+    [[nodiscard]] const QString& overlayText() const { return m_overlayText; }
+    /// The name of a symbol.
+    [[nodiscard]] const QString& overlayIcon() const { return m_overlayIcon; }
+    [[nodiscard]] bool shouldRespond() const { return m_shouldRespond; }
+    [[nodiscard]] bool isWorking() const { return m_isWorking; }
+
+Q_SIGNALS:
+    /// At most once for each update, and only if something is different.
+    void changed();
+
+private:
+    QString m_overlayText;
+    QString m_overlayIcon;
+    bool m_shouldRespond = false;
+    bool m_isWorking = false;
+};
+
+} // namespace quorvel
