@@ -7,7 +7,7 @@ set -euo pipefail
 export LC_ALL=C.UTF-8
 
 # Every script works from the root of the source tree, wherever it was called from.
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 cd "$root"
 
 # fail MESSAGE...: ends the script with one line that says why.
