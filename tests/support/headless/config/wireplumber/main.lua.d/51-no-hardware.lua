@@ -1,0 +1,4 @@
+-- The sound cards and cameras of the machine stay with its user.
+alsa_monitor.enabled = false
+v4l2_monitor.enabled = false
+libcamera_monitor.enabled = false
