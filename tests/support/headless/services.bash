@@ -37,6 +37,13 @@ detached()
     exec "$@"
 }
 
+# keep_pid NAME PID: the shell itself takes no interest in what becomes of a service.
+keep_pid()
+{
+    echo "$2" >"$HEADLESS_DESKTOP/pids/$1"
+    disown "$2"
+}
+
 # launch NAME COMMAND...: starts the command in the background; its input, if any, is that of the call.
 launch()
 {
@@ -44,7 +51,7 @@ launch()
     shift
     installed "$name" "$1"
     detached "$@" <&0 >>"$HEADLESS_DESKTOP/logs/$name" 2>&1 3>&- &
-    echo $! >"$HEADLESS_DESKTOP/pids/$name"
+    keep_pid "$name" $!
 }
 
 # launch_announcing NAME COMMAND...: starts a command that prints one line on descriptor 3 once it is ready, and leaves
@@ -56,7 +63,7 @@ launch_announcing()
     installed "$name" "$1"
     mkfifo "$channel"
     detached "$@" </dev/null >>"$HEADLESS_DESKTOP/logs/$name" 2>&1 3>"$channel" &
-    echo $! >"$HEADLESS_DESKTOP/pids/$name"
+    keep_pid "$name" $!
     read -r -t "$limit" announced <"$channel" || failed "$name" "it ended, or said nothing for $limit s"
     rm "$channel"
 }
@@ -70,7 +77,7 @@ pid_of()
 running()
 {
     local stat
-    { stat=$(<"/proc/$1/stat"); } 2>/dev/null && [[ ${stat##*) } != [ZX]* ]]
+    { read -r stat <"/proc/$1/stat"; } 2>/dev/null && [[ ${stat##*) } != [ZX]* ]]
 }
 
 # await NAME: returns when the service is ready; ends the script when it died or is too late.
@@ -98,12 +105,18 @@ launch_session_bus()
     export DBUS_SESSION_BUS_ADDRESS=$announced
 }
 
+# x_socket DISPLAY: the path of a display's socket, with what tells it from one made later in its place.
+x_socket()
+{
+    stat --format='%n %i %z' "/tmp/.X11-unix/X$1"
+}
+
 # launch_x_server SIZE: the server picks a free display number itself, so that several desktops never meet.
 launch_x_server()
 {
     launch_announcing x-server Xvfb -displayfd 3 -screen 0 "$1x24" -dpi 96 -nolisten tcp -noreset
     export DISPLAY=:$announced
-    echo "$announced" >"$HEADLESS_DESKTOP/display"
+    x_socket "$announced" >"$HEADLESS_DESKTOP/x-socket" || failed x-server "it has no socket"
 }
 
 launch_window_manager()
