@@ -37,6 +37,7 @@ std::shared_ptr<AppState> AppState::create(const platform::Services& services, c
 
 AppState::AppState(const platform::Services& services, const QUrl& backendOrigin)
     : m_mainThread(services.mainThread)
+    , m_clock(services.clock)
     , m_workspace(services.workspace)
     , m_screens(services.screens)
     , m_panels(services.panels)
@@ -66,6 +67,11 @@ AppState::AppState(const platform::Services& services, const QUrl& backendOrigin
     connect(this, &AppState::hasCompletedInterviewSetupChanged, this, &AppState::needsInterviewSetupChanged);
     connect(this, &AppState::authUserChanged, this, &AppState::isAuthenticatedChanged);
     connect(this, &AppState::developmentFlagsChanged, this, &AppState::isAuthenticatedChanged);
+    connect(m_suggestionEngine.get(), &SuggestionEngine::currentSuggestionChanged, this, &AppState::updateOverlayView);
+    connect(m_suggestionEngine.get(), &SuggestionEngine::isWorkingChanged, this, &AppState::updateOverlayView);
+    connect(this, &AppState::sessionStatusChanged, this, &AppState::updateOverlayView);
+    connect(this, &AppState::backendDiagnosticsChanged, this, &AppState::updateOverlayView);
+    updateOverlayView();
 }
 
 AppState::~AppState() = default;
@@ -216,11 +222,6 @@ void AppState::submitMockTranscript()
         });
     }
     setMockText({});
-}
-
-void AppState::clearTranscript()
-{
-    m_transcriptStore->clear();
 }
 
 void AppState::clearSuggestions()

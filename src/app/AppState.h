@@ -7,6 +7,7 @@
 #include "context/MeetingContext.h"
 #include "overlay/OverlayHost.h"
 #include "overlay/OverlaySettings.h"
+#include "overlay/OverlayViewState.h"
 #include "overlay/OverlayWindowController.h"
 #include "platform/ObservableList.h"
 #include "platform/Services.h"
@@ -38,6 +39,7 @@ class AppState final : public QObject, public OverlayHost, public std::enable_sh
     Q_OBJECT
     Q_PROPERTY(QString apiKeyStatus READ apiKeyStatusText NOTIFY apiKeyStatusChanged)
     Q_PROPERTY(QString sessionStatus READ sessionStatusText NOTIFY sessionStatusChanged)
+    Q_PROPERTY(bool isSessionRunning READ isSessionRunning NOTIFY sessionStatusChanged)
     Q_PROPERTY(QString backendConnectionStatus READ backendConnectionStatusText NOTIFY backendConnectionStatusChanged)
     Q_PROPERTY(QString backendAvailability READ backendAvailabilityText NOTIFY backendAvailabilityChanged)
     Q_PROPERTY(
@@ -95,7 +97,6 @@ public:
     Q_INVOKABLE void submitMockTranscript();
     /// What the error banner's close button does.
     Q_INVOKABLE void dismissError();
-    Q_INVOKABLE void clearTranscript();
 
     // Account.
 
@@ -137,12 +138,13 @@ public:
     [[nodiscard]] const OverlaySettings& currentOverlaySettings() const override { return m_overlaySettings; }
     void setCurrentOverlaySettings(const OverlaySettings& settings) override { setOverlaySettings(settings); }
     void clearSuggestions() override;
-    [[nodiscard]] QObject* overlayViewState() override { return this; }
+    [[nodiscard]] OverlayViewState* overlayViewState() override { return &m_overlayViewState; }
 
     // Properties.
 
     [[nodiscard]] APIKeyStatus apiKeyStatus() const { return m_apiKeyStatus; }
     [[nodiscard]] SessionStatus sessionStatus() const { return m_sessionStatus; }
+    [[nodiscard]] bool isSessionRunning() const { return m_sessionStatus == SessionStatus::running; }
     [[nodiscard]] BackendConnectionStatus backendConnectionStatus() const { return m_backendConnectionStatus; }
     [[nodiscard]] BackendAvailability backendAvailability() const { return m_backendAvailability; }
     [[nodiscard]] BackendTranscriberStatus backendTranscriberStatus() const { return m_backendTranscriberStatus; }
@@ -256,6 +258,7 @@ private:
     void storeAndApplyOverlaySettings();
     void setOverlayVisible(bool visible);
     [[nodiscard]] OverlayWindowController& overlayController();
+    void updateOverlayView();
 
     /// Compares, assigns and notifies once.
     template <typename Value>
@@ -284,6 +287,7 @@ private:
     [[nodiscard]] QString authMessageText() const { return m_authMessage.value_or(QString()); }
 
     std::shared_ptr<platform::MainThread> m_mainThread;
+    std::shared_ptr<platform::Clock> m_clock;
     std::shared_ptr<platform::Workspace> m_workspace;
     std::shared_ptr<platform::ScreenProvider> m_screens;
     std::shared_ptr<platform::PanelProvider> m_panels;
@@ -326,6 +330,7 @@ private:
     std::shared_ptr<ScreenCaptureService> m_captureService;
     std::shared_ptr<BackendRealtimeClient> m_backendClient;
     std::shared_ptr<KeychainService> m_keychain;
+    OverlayViewState m_overlayViewState;
     std::shared_ptr<OverlayWindowController> m_overlayController;
 
     /// Counts the starts, so that a start that has been overtaken by another one knows it.

@@ -120,6 +120,20 @@ void AppState::setOverlayVisible(bool visible)
     setOverlaySettings(settings);
 }
 
+void AppState::updateOverlayView()
+{
+    const ResponseSuggestion& current = m_suggestionEngine->currentSuggestion();
+    m_overlayViewState.update(
+        {
+            .shouldRespond = current.shouldRespond,
+            .suggestion = current.suggestion,
+            .isRunning = m_sessionStatus == SessionStatus::running,
+            .isWorking = m_suggestionEngine->isWorking(),
+            .lastAudioAt = m_backendDiagnostics.lastAudioAt,
+        },
+        m_clock->now());
+}
+
 OverlayWindowController& AppState::overlayController()
 {
     if (!m_overlayController) {

@@ -1,0 +1,71 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Quorvel.Views
+
+// The transcript on the left, everything else on the right.
+Item {
+    id: dashboard
+
+    required property AppState appState
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        TopBar {
+            Layout.fillWidth: true
+            appState: dashboard.appState
+        }
+        ErrorBanner {
+            Layout.fillWidth: true
+            visible: dashboard.appState.hasErrorMessage
+            message: dashboard.appState.errorMessage
+            onDismissed: dashboard.appState.dismissError()
+        }
+
+        SplitView {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.margins: Theme.padding
+
+            handle: Item {
+                implicitWidth: Theme.padding
+            }
+
+            Card {
+                SplitView.minimumWidth: 420
+                SplitView.preferredWidth: 560
+                SplitView.fillWidth: true
+
+                TranscriptView {
+                    anchors.fill: parent
+                    store: dashboard.appState.transcriptStore
+                }
+            }
+
+            ScrollView {
+                id: side
+
+                SplitView.minimumWidth: 400
+                SplitView.preferredWidth: 500
+                contentWidth: availableWidth
+                ScrollBar.vertical.policy: contentHeight > height ? ScrollBar.AlwaysOn : ScrollBar.AsNeeded
+
+                ColumnLayout {
+                    width: side.availableWidth
+                    spacing: Theme.padding
+
+                    SuggestionsPanel {
+                        Layout.fillWidth: true
+                        engine: dashboard.appState.suggestionEngine
+                    }
+                    MockTranscriptPanel {
+                        Layout.fillWidth: true
+                        appState: dashboard.appState
+                    }
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,71 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Quorvel.Views
+
+// The suggested answers so far, newest first.
+Card {
+    id: panel
+
+    required property SuggestionEngine engine
+
+    implicitHeight: column.implicitHeight + 2 * Theme.padding
+
+    ColumnLayout {
+        id: column
+
+        anchors.fill: parent
+        anchors.margins: Theme.padding
+        spacing: Theme.spacing
+
+        RowLayout {
+            Layout.fillWidth: true
+
+            SectionHeader {
+                Layout.fillWidth: true
+                symbol: "text.bubble"
+                title: qsTr("Suggestions")
+            }
+            BusyIndicator {
+                visible: panel.engine.isWorking
+                running: visible
+                implicitWidth: 20
+                implicitHeight: 20
+                Accessible.name: qsTr("Working on a suggestion")
+            }
+        }
+
+        ColumnLayout {
+            Layout.fillWidth: true
+            visible: repeater.count === 0
+            spacing: 6
+
+            StyledText {
+                Layout.fillWidth: true
+                text: qsTr("No suggestion yet.")
+                font.family: Theme.body.family
+                font.pixelSize: 24
+            }
+            StyledText {
+                Layout.fillWidth: true
+                isSecondary: true
+                text: qsTr("Choose a source and let the interviewer ask a question. Suggestions will appear here and in the overlay.")
+            }
+        }
+
+        ColumnLayout {
+            Layout.fillWidth: true
+            visible: repeater.count > 0
+            spacing: 10
+
+            Repeater {
+                id: repeater
+
+                model: panel.engine.history
+                delegate: SuggestionRow {
+                    Layout.fillWidth: true
+                }
+            }
+        }
+    }
+}

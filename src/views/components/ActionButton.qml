@@ -1,0 +1,91 @@
+import QtQuick
+import QtQuick.Templates as T
+import Quorvel.Views
+
+// A button with a text and, if it has one, a symbol. Without a text on show it needs a label of its own for its name.
+T.Button {
+    id: button
+
+    property string symbol: ""
+    property bool isProminent: false
+    property color prominentColor: Theme.accent
+    property bool isDestructive: false
+    // The name where the button shows only a symbol; it is shown as a tip, too.
+    property string label: text
+
+    readonly property color textColor: {
+        if (isProminent)
+            return Theme.onAccent;
+        return isDestructive ? Theme.errorSurface : Theme.primaryText;
+    }
+
+    implicitWidth: Math.max(implicitContentWidth + leftPadding + rightPadding, implicitHeight)
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    leftPadding: text.length > 0 ? 12 : 8
+    rightPadding: leftPadding
+    topPadding: 7
+    bottomPadding: 7
+    font: Theme.body
+    focusPolicy: Qt.StrongFocus
+    opacity: enabled ? 1 : 0.5
+
+    Accessible.role: Accessible.Button
+    Accessible.name: label
+    // A press through assistive technology; the stock button of this toolkit version ignores it.
+    Accessible.onPressAction: if (enabled) {
+        button.click();
+    }
+    Keys.onReturnPressed: button.click()
+    Keys.onEnterPressed: button.click()
+
+    contentItem: Row {
+        spacing: 8
+        opacity: 1
+
+        SymbolIcon {
+            visible: button.symbol.length > 0
+            anchors.verticalCenter: parent.verticalCenter
+            symbol: button.symbol.length > 0 ? button.symbol : "circle"
+            color: button.textColor
+            size: Math.round(Theme.baseSize * 1.6)
+        }
+        Text {
+            visible: button.text.length > 0
+            anchors.verticalCenter: parent.verticalCenter
+            text: button.text
+            font: button.font
+            color: button.textColor
+            textFormat: Text.PlainText
+            Accessible.ignored: true
+        }
+    }
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: button.isProminent ? prominent() : plain()
+        border.width: button.isProminent ? 0 : 1
+        border.color: Theme.controlOutline
+
+        Behavior on color {
+            ColorAnimation {
+                duration: Theme.quickMotion
+            }
+        }
+
+        FocusRing {
+            control: button
+        }
+
+        function prominent(): color {
+            return button.down ? Qt.darker(button.prominentColor, 1.2) : button.hovered ? Qt.lighter(button.prominentColor, 1.1) : button.prominentColor;
+        }
+        function plain(): color {
+            return button.down ? Theme.controlPressed : button.hovered ? Theme.controlHovered : Theme.control;
+        }
+    }
+
+    HoverTip {
+        control: button
+        text: button.text.length > 0 ? "" : button.label
+    }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Quorvel.Views
+
+// A box for several lines of text. Tab leaves it, as in every form; a tab is no text here.
+ScrollView {
+    id: editor
+
+    required property string label
+    property alias text: area.text
+    property alias placeholderText: area.placeholderText
+    signal edited
+
+    clip: true
+
+    TextArea {
+        id: area
+
+        wrapMode: TextArea.Wrap
+        textFormat: TextEdit.PlainText
+        font: Theme.body
+        color: Theme.primaryText
+        placeholderTextColor: Theme.secondaryText
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.onAccent
+        selectByMouse: true
+        padding: 10
+        KeyNavigation.priority: KeyNavigation.BeforeItem
+        KeyNavigation.tab: area.nextItemInFocusChain(true)
+        KeyNavigation.backtab: area.nextItemInFocusChain(false)
+        Accessible.role: Accessible.EditableText
+        Accessible.name: editor.label
+        Accessible.multiLine: true
+        onTextChanged: editor.edited()
+
+        background: Rectangle {
+            color: Theme.inset
+            radius: 6
+            border.width: area.activeFocus ? Theme.focusWidth : 1
+            border.color: area.activeFocus ? Theme.accent : Theme.controlOutline
+        }
+    }
+}
