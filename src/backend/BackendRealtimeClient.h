@@ -70,7 +70,11 @@ private:
     void listen();
     static Task<> receiveLoop(std::weak_ptr<BackendRealtimeClient> client,
                               std::shared_ptr<platform::WebSocketTask> task);
-    void handle(const platform::WebSocketMessage& message);
+    void handle(const platform::WebSocketMessage& message) const;
+    /// One JSON request below the base URL. Empty pieces of `path` are dropped, the others encoded as path components.
+    template <typename Record>
+    [[nodiscard]] Task<Result<Record>> sendREST(QString path, QByteArray method, bool authenticated,
+                                                std::optional<QJsonObject> body);
 
     std::shared_ptr<platform::UrlSession> m_session;
     QUrl m_baseURL;

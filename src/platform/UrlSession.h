@@ -28,9 +28,9 @@ struct UrlRequest
 {
     QByteArray method = "GET";
     QUrl url;
-    std::vector<std::pair<QByteArray, QByteArray>> headers;
+    std::vector<std::pair<QByteArray, QByteArray>> headers = {};
     /// Nothing, bytes in memory, or a file. A request without a body carries no Content-Type of its own accord.
-    std::variant<std::monostate, QByteArray, FileBody> body;
+    std::variant<std::monostate, QByteArray, FileBody> body = {};
     /// Without progress for this long the request fails.
     std::chrono::seconds timeout{60};
 };

@@ -4,6 +4,8 @@
 #include "support/Step.h"
 
 #include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -100,6 +102,9 @@ public:
     webSocketTask(QUrl url, std::weak_ptr<platform::WebSocketDelegate> delegate) override
     {
         webSockets.push_back(std::make_shared<FakeWebSocketTask>(std::move(url), std::move(delegate)));
+        if (prepareSocket) {
+            prepareSocket(*webSockets.back());
+        }
         return webSockets.back();
     }
 
@@ -115,6 +120,8 @@ public:
     }
 
     std::vector<platform::UrlRequest> requests;
+    /// Called with every new connection, if set.
+    std::function<void(FakeWebSocketTask&)> prepareSocket;
     std::vector<std::shared_ptr<FakeWebSocketTask>> webSockets;
 
 private:
