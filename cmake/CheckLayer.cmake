@@ -23,7 +23,6 @@ foreach(file IN LISTS FILES)
             if(NOT OPERATING_SYSTEM
                AND NOT header MATCHES "^[a-z_0-9]+$"
                AND NOT header MATCHES "^Q[A-Za-z0-9]+$"
-               AND NOT header STREQUAL "qqmlintegration.h"
                AND NOT header STREQUAL "immintrin.h")
                 string(APPEND faults "\n  ${file} includes <${header}>; only src/platform/linux may use the operating system")
             endif()

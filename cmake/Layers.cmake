@@ -1,10 +1,12 @@
-# quorvel_add_layer(<folder> SOURCES <file>... [USES <folder>...] [LINKS <target>...] [OPERATING_SYSTEM])
+# quorvel_add_layer(<folder> SOURCES <file>... [USES <folder>...] [LINKS <target>...]
+#                   [OPERATING_SYSTEM] [BOUND_BY_VIEWS])
 #
 # Adds the static library of one folder below src/ as quorvel::<folder> (a slash becomes an underscore). USES names the
 # folders that it may use: they are linked, and nothing else of ours may be included, which the build checks before it
-# compiles. Headers of the operating system may be included by OPERATING_SYSTEM layers only.
+# compiles. Headers of the operating system may be included by OPERATING_SYSTEM layers only. BOUND_BY_VIEWS says that the
+# screens bind to its objects, so that their QML module learns their properties.
 function(quorvel_add_layer folder)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "OPERATING_SYSTEM" "" "SOURCES;USES;LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "OPERATING_SYSTEM;BOUND_BY_VIEWS" "" "SOURCES;USES;LINKS")
     string(REPLACE "/" "_" name ${folder})
     set(target quorvel_${name})
 
@@ -17,6 +19,10 @@ function(quorvel_add_layer folder)
         string(REPLACE "/" "_" used_name ${used})
         target_link_libraries(${target} PUBLIC quorvel::${used_name})
     endforeach()
+
+    if(arg_BOUND_BY_VIEWS)
+        qt_extract_metatypes(${target})
+    endif()
 
     set(stamp ${CMAKE_CURRENT_BINARY_DIR}/layer-check.stamp)
     set(checked ${arg_SOURCES})

@@ -240,9 +240,10 @@ private:
     [[nodiscard]] Task<Result<>> openSession(CaptureSource source, int session);
     [[nodiscard]] bool isOpening(int session) const;
     [[nodiscard]] Task<> failSession(QString message);
-    /// Stops the capture of a session whose connection has just been closed.
-    [[nodiscard]] Task<> stopCaptureOfEndedSession();
-    static Task<> stopCaptureAtShutdown(std::shared_ptr<ScreenCaptureService> captureService);
+    /// Closes the connection of a session that has failed; the disconnect that this causes is no news.
+    void closeConnection();
+    /// Does not need this object once it has begun.
+    [[nodiscard]] Task<> stopCaptureIgnoringFailure();
 
     void loadSavedAuth();
     void applyDevelopmentBypasses();
@@ -335,8 +336,8 @@ private:
 
     /// Counts the starts, so that a start that has been overtaken by another one knows it.
     int m_session = 0;
-    /// How many failed sessions are being closed; the disconnects that this causes are no news.
-    int m_closingSessions = 0;
+    /// The start whose connection we have closed because it failed.
+    int m_endedSession = -1;
 };
 
 } // namespace quorvel

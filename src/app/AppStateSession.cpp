@@ -50,14 +50,14 @@ Task<> AppState::startSession()
     // go on unseen, and that our own close withdrew it is no news.
     const bool isStopped = m_sessionStatus == SessionStatus::idle || m_sessionStatus == SessionStatus::stopping;
     if (opened || isStopped || (isWithdrawn(opened.error()) && !isOpening(session))) {
-        m_backendClient->disconnect();
-        co_await stopCaptureOfEndedSession();
+        closeConnection();
+        co_await stopCaptureIgnoringFailure();
         co_return;
     }
     presentError(opened.error());
-    m_backendClient->disconnect();
+    closeConnection();
     setBackendConnectionStatus(BackendConnectionStatus::error);
-    co_await stopCaptureOfEndedSession();
+    co_await stopCaptureIgnoringFailure();
     setSessionStatus(SessionStatus::failed);
 }
 
@@ -120,43 +120,47 @@ Task<> AppState::failSession(QString message)
     const auto self = shared_from_this();
     presentErrorMessage(message);
     m_suggestionEngine->cancel();
-    m_backendClient->disconnect();
-    co_await stopCaptureOfEndedSession();
+    closeConnection();
+    co_await stopCaptureIgnoringFailure();
     setBackendConnectionStatus(BackendConnectionStatus::error);
     setBackendTranscriberStatus(BackendTranscriberStatus::error);
     setSessionStatus(SessionStatus::failed);
     hideShareOverlay();
 }
 
-Task<> AppState::stopCaptureOfEndedSession()
+void AppState::closeConnection()
 {
-    ++m_closingSessions;
-    // A capture that cannot be stopped is no news beside what failed the session.
-    [[maybe_unused]] const Result<> stopped = co_await m_captureService->stopCapture();
-    --m_closingSessions;
+    m_endedSession = m_session;
+    m_backendClient->disconnect();
+}
+
+Task<> AppState::stopCaptureIgnoringFailure()
+{
+    const auto captureService = m_captureService;
+    // A capture that cannot be stopped is no news beside what ended the session.
+    [[maybe_unused]] const Result<> stopped = co_await captureService->stopCapture();
 }
 
 void AppState::shutdown()
 {
     m_backendClient->disconnect();
-    launch(stopCaptureAtShutdown(m_captureService));
-}
-
-Task<> AppState::stopCaptureAtShutdown(std::shared_ptr<ScreenCaptureService> captureService)
-{
-    [[maybe_unused]] const Result<> stopped = co_await captureService->stopCapture();
+    launch(stopCaptureIgnoringFailure());
 }
 
 void AppState::handleDisconnect(const std::optional<QString>& reason)
 {
     const bool isLive = m_sessionStatus == SessionStatus::running || m_sessionStatus == SessionStatus::starting;
-    if (!isLive || m_closingSessions > 0) {
+    if (!isLive || m_endedSession == m_session) {
         return;
     }
     setErrorMessage(reason.value_or(u"Backend disconnected."_s));
     setBackendConnectionStatus(BackendConnectionStatus::disconnected);
     setSessionStatus(SessionStatus::failed);
     hideShareOverlay();
+    // Nobody would hear what is captured from here on.
+    m_suggestionEngine->cancel();
+    closeConnection();
+    launch(stopCaptureIgnoringFailure());
 }
 
 Task<> AppState::forwardAudio(QByteArray chunk)

@@ -4,7 +4,7 @@
 #include "suggestions/SuggestionEngine.h"
 #include "transcript/TranscriptStore.h"
 
-#include <qqmlintegration.h>
+#include <QtQml/qqml.h>
 
 /// The names under which the screens know the types of the layers below, which themselves know nothing of screens.
 namespace quorvel::qml {

@@ -146,10 +146,11 @@ private Q_SLOTS:
         m_app->urlSession->answer(u"/api/auth/otp/verify"_s, status, status == 200 ? session : "Wrong code.");
         state().setAuthEmail(u"a@b.example"_s);
         state().setAuthCode(u" 12 "_s);
+        QSignalSpy authenticating(&state(), &AppState::isAuthenticatingChanged);
         launch(state().verifyOtp());
-        QVERIFY(state().isAuthenticating());
         test::settle();
 
+        QCOMPARE(authenticating.count(), 2);
         QVERIFY(!state().isAuthenticating());
         QCOMPARE(state().isAuthenticated(), status == 200);
         QCOMPARE(m_app->keychain->items.size(), status == 200 && keychainWorks ? 2U : 0U);
@@ -192,9 +193,10 @@ private Q_SLOTS:
         QFETCH(QString, opened);
         m_app->create();
         m_app->urlSession->answer(u"/api/auth/google/start"_s, 200, answer);
+        QSignalSpy authenticating(&state(), &AppState::isAuthenticatingChanged);
         launch(state().beginGoogleLogin());
-        QVERIFY(state().isAuthenticating());
         test::settle();
+        QCOMPARE(authenticating.count(), 2);
         QVERIFY(!state().isAuthenticating());
         QCOMPARE(m_app->workspace->opened.size(), opened.isEmpty() ? 0U : 1U);
         if (!opened.isEmpty()) {

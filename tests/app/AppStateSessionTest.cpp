@@ -205,12 +205,12 @@ private Q_SLOTS:
 
         QCOMPARE(state().sessionStatus(), to);
         QTEST(state().errorMessage().value_or(QString()), "message");
-        QCOMPARE(m_app->socket().closeCode.has_value(), to == idle || (to == failed && trigger != u"disconnect"_s));
-        if (to == failed || to == idle) {
-            QVERIFY(!state().isMeetScreenShareMode());
-            // Nothing that was opened goes on unseen.
-            QVERIFY(isCaptureStopped());
+        // Nothing that was opened goes on unseen, and nothing that runs was closed.
+        const bool hasEnded = to == failed || to == idle;
+        if (from != idle || to == running) {
+            QCOMPARE(m_app->socket().closeCode.has_value(), hasEnded);
         }
+        QCOMPARE(isCaptureStopped(), hasEnded);
     }
 
     void ignoresItsOwnCloseWhileFailing()
@@ -455,7 +455,7 @@ private:
     /// Whether every stream that was started has been stopped since.
     [[nodiscard]] bool isCaptureStopped() const
     {
-        return m_app->capture->streams.empty() || steps().stop.calls() >= steps().start.calls();
+        return steps().stop.calls() >= steps().start.calls();
     }
 
     void bring(SessionStatus status) const

@@ -83,9 +83,11 @@ private Q_SLOTS:
         QVERIFY(state().availableSources().empty());
 
         // A later check makes it available and loads nothing else.
-        m_app->urlSession->answer(u"/api/health"_s, 200, R"({"ok":false})");
+        auto& health = m_app->urlSession->step(u"/api/health"_s);
+        health.hold();
         launch(state().checkBackend());
         QCOMPARE(state().backendAvailability(), BackendAvailability::checking);
+        health.release(platform::UrlResponse{.httpStatus = 200, .body = R"({"ok":false})"});
         test::settle();
         QCOMPARE(state().backendAvailability(), BackendAvailability::available);
         QCOMPARE(state().errorMessage(), std::nullopt);
