@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -32,7 +33,9 @@ struct UrlRequest
     /// Nothing, bytes in memory, or a file. A request without a body carries no Content-Type of its own accord.
     std::variant<std::monostate, QByteArray, FileBody> body = {};
     /// Without progress for this long the request fails.
-    std::chrono::seconds timeout{60};
+    std::chrono::milliseconds timeout{60'000};
+    /// A stop requested on it, on the main thread, ends the request with PlatformError::cancelled.
+    std::stop_token stop;
 };
 
 struct UrlResponse
@@ -85,20 +88,24 @@ public:
     [[nodiscard]] virtual Task<Result<>> send(WebSocketMessage message) = 0;
 
     /// The next message in order of arrival. One call at a time. Fails when the connection ends, for whatever reason;
-    /// a message above 1 MiB ends it with code 1009.
+    /// a message above 1 MiB ends it with code 1009. While many messages wait to be received, no more are read.
     [[nodiscard]] virtual Task<Result<WebSocketMessage>> receive() = 0;
 
-    /// Closes the connection; outstanding sends and receives fail with PlatformError::cancelled.
+    /// Closes the connection; outstanding sends and receives fail with PlatformError::cancelled. The close frame leaves
+    /// at once, or not at all where the handshake is not done yet.
     virtual void cancel(WebSocketCloseCode code, QByteArray reason) = 0;
 };
 
-/// HTTP requests and WebSocket connections with the system's trust and proxy settings. Main thread.
-/// Failures carry a sentence for the user; no text of a failure ever holds a token or a query.
+/// HTTP requests and WebSocket connections with the system's trust and proxy settings. Main thread. Its end cancels
+/// what is under way; until then a connection that was resumed lives on, even if its owner lets go of it. Failures
+/// carry a sentence for the user; no text of a failure ever holds a token or a query.
 class UrlSession
 {
 public:
     virtual ~UrlSession() = default;
 
+    /// The response, whatever its status. Redirects are followed within one origin only, so that no header of a request
+    /// reaches another server.
     [[nodiscard]] virtual Task<Result<UrlResponse>> send(UrlRequest request) = 0;
 
     /// A connection that resume() starts. The delegate, if any, is told as long as it exists.

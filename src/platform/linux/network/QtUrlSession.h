@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+#include "platform/linux/network/NetworkLimits.h"
+
+#include <QNetworkAccessManager>
+
+#include <memory>
+
+namespace quorvel::platform {
+
+class RunningConnections;
+
+/// HTTP by Qt Network; WebSocket by Boost.Beast on Qt's sockets (docs/network.md says why). TLS trusts what the system
+/// trusts, and there is no way to switch that off.
+class QtUrlSession final : public UrlSession
+{
+public:
+    explicit QtUrlSession(NetworkLimits limits = {});
+    ~QtUrlSession() override;
+    QtUrlSession(const QtUrlSession&) = delete;
+    QtUrlSession(QtUrlSession&&) = delete;
+    QtUrlSession& operator=(const QtUrlSession&) = delete;
+    QtUrlSession& operator=(QtUrlSession&&) = delete;
+
+    [[nodiscard]] Task<Result<UrlResponse>> send(UrlRequest request) override;
+    [[nodiscard]] std::shared_ptr<WebSocketTask> webSocketTask(QUrl url,
+                                                               std::weak_ptr<WebSocketDelegate> delegate) override;
+
+private:
+    NetworkLimits m_limits;
+    std::unique_ptr<QNetworkAccessManager> m_manager;
+    std::shared_ptr<RunningConnections> m_running;
+};
+
+} // namespace quorvel::platform
