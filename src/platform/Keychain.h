@@ -16,6 +16,7 @@ inline constexpr KeychainStatus keychainSuccess = 0;
 inline constexpr KeychainStatus keychainItemNotFound = -25300;
 inline constexpr KeychainStatus keychainNotAvailable = -25291;
 inline constexpr KeychainStatus keychainUserCanceled = -128;
+inline constexpr KeychainStatus keychainNoDefault = -25307; ///< there is no collection for new items
 inline constexpr KeychainStatus keychainInteractionNotAllowed = -25308;
 inline constexpr KeychainStatus keychainInternalError = -2070;
 
