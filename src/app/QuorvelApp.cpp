@@ -26,4 +26,10 @@ bool QuorvelApp::showMainWindow()
     return !m_engine->rootObjects().isEmpty();
 }
 
+QQuickWindow* QuorvelApp::mainWindow() const
+{
+    return m_engine->rootObjects().isEmpty() ? nullptr
+                                             : qobject_cast<QQuickWindow*>(m_engine->rootObjects().constFirst());
+}
+
 } // namespace quorvel

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QQmlApplicationEngine>
+#include <QQuickWindow>
 #include <QUrl>
 
 #include <memory>
@@ -23,6 +24,8 @@ public:
     [[nodiscard]] bool showMainWindow();
 
     [[nodiscard]] AppState& appState() { return *m_appState; }
+    /// Null until it has been shown.
+    [[nodiscard]] QQuickWindow* mainWindow() const;
 
 private:
     // The state outlives the views that bind to it.

@@ -1,5 +1,4 @@
 #include "backend/BackendRealtimeClient.h"
-
 #include "platform/Json.h"
 
 #include <QFileInfo>
@@ -19,7 +18,8 @@ namespace {
 /// The body as text, or what is said where it is none.
 QString bodyText(const QByteArray& body, const QString& otherwise)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     const QString text = decoder(body);
     return decoder.hasError() ? otherwise : text;
 }
@@ -117,8 +117,8 @@ Task<Result<ExtractedProfile>> BackendRealtimeClient::extractProfile(QUrl fileUR
     platform::UrlRequest request{.method = "POST", .url = m_profileURL};
     request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + boundary);
     request.body = platform::FileBody{
-        .before = "--" + boundary + "\r\nContent-Disposition: form-data; name=\"resume\"; filename=\""
-                  + fileName.toUtf8() + "\"\r\nContent-Type: " + mimeType(fileName) + "\r\n\r\n",
+        .before = "--" + boundary + "\r\nContent-Disposition: form-data; name=\"resume\"; filename=\"" +
+                  fileName.toUtf8() + "\"\r\nContent-Type: " + mimeType(fileName) + "\r\n\r\n",
         .filePath = filePath,
         .after = "\r\n--" + boundary + "--\r\n",
     };

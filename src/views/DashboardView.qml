@@ -28,6 +28,7 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.padding
+            Layout.rightMargin: 0
 
             handle: Item {
                 implicitWidth: Theme.padding
@@ -50,7 +51,7 @@ Item {
                 SplitView.minimumWidth: 400
                 SplitView.preferredWidth: 500
                 contentWidth: availableWidth
-                ScrollBar.vertical.policy: contentHeight > height ? ScrollBar.AlwaysOn : ScrollBar.AsNeeded
+                rightPadding: Theme.padding
 
                 ColumnLayout {
                     width: side.availableWidth

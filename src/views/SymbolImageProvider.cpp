@@ -24,7 +24,8 @@ QImage SymbolImageProvider::requestImage(const QString& id, QSize* size, const Q
 {
     QFile file(u":/qt/qml/Quorvel/Views/symbols/%1.svg"_s.arg(id.section(u'/', 0, 0)));
     QByteArray drawing = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    // An SVG has its alpha in an attribute of its own, so that a translucent colour is painted opaque and faded as a whole.
+    // An SVG has its alpha in an attribute of its own, so that a translucent colour is painted opaque and faded as a
+    // whole.
     const QColor color(u"#"_s + id.section(u'/', 1, 1));
     drawing.replace("currentColor", color.name(QColor::HexRgb).toLatin1());
 

@@ -4,8 +4,8 @@
 
 namespace quorvel {
 
-/// Draws the symbols of views/symbols: "image://symbols/<name>/<colour>", the colour as rrggbb or aarrggbb. Our drawings use
-/// `currentColor`, which becomes the colour asked for. Called on the thread that loads the picture.
+/// Draws the symbols of views/symbols: "image://symbols/<name>/<colour>", the colour as rrggbb or aarrggbb. Our
+/// drawings use `currentColor`, which becomes the colour asked for. Called on the thread that loads the picture.
 class SymbolImageProvider final : public QQuickImageProvider
 {
 public:

@@ -38,7 +38,8 @@ private Q_SLOTS:
         QTest::newRow("administrator alone")
             << QByteArray(R"({"ok":true,"development":{"disableAuth":false,"disableAdminAuth":true}})") << false
             << QString() << QString() << QString();
-        QTest::newRow("user") << QByteArray(R"({"ok":true,"development":{"disableAuth":true,"disableAdminAuth":false}})")
+        QTest::newRow("user") << QByteArray(
+                                     R"({"ok":true,"development":{"disableAuth":true,"disableAdminAuth":false}})")
                               << true << u"dev-user"_s << u"Development User"_s << u"USER"_s;
         QTest::newRow("administrator")
             << QByteArray(R"({"ok":true,"development":{"disableAuth":true,"disableAdminAuth":true}})") << true
@@ -215,9 +216,10 @@ private Q_SLOTS:
         QTest::newRow("with a path") << u"quorvel://auth/done"_s + tokens << QByteArray("a") << false;
         QTest::newRow("encoded") << u"quorvel://auth?accessToken=a%2B%26%3D%25&refreshToken=r"_s << QByteArray("a+&=%")
                                  << false;
-        QTest::newRow("a plus stays") << u"quorvel://auth?accessToken=a+b&refreshToken=r"_s << QByteArray("a+b") << false;
-        QTest::newRow("twice: the first") << u"quorvel://auth?accessToken=1&refreshToken=r&accessToken=2"_s
-                                          << QByteArray("1") << false;
+        QTest::newRow("a plus stays") << u"quorvel://auth?accessToken=a+b&refreshToken=r"_s << QByteArray("a+b")
+                                      << false;
+        QTest::newRow("twice: the first")
+            << u"quorvel://auth?accessToken=1&refreshToken=r&accessToken=2"_s << QByteArray("1") << false;
         QTest::newRow("no refresh token") << u"quorvel://auth?accessToken=a"_s << QByteArray() << true;
         QTest::newRow("no value") << u"quorvel://auth?accessToken&refreshToken=r"_s << QByteArray() << true;
         QTest::newRow("names in capitals") << u"quorvel://auth?ACCESSTOKEN=a&refreshToken=r"_s << QByteArray() << true;
@@ -292,8 +294,8 @@ private:
     [[nodiscard]] bool hasBearer(const QByteArray& token) const
     {
         const auto& headers = m_app->urlSession->requests.back().headers;
-        return std::ranges::find(headers, std::pair<QByteArray, QByteArray>("Authorization", "Bearer " + token))
-               != headers.end();
+        return std::ranges::find(headers, std::pair<QByteArray, QByteArray>("Authorization", "Bearer " + token)) !=
+               headers.end();
     }
 
     std::unique_ptr<test::AppStateFixture> m_app;

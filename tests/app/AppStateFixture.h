@@ -22,14 +22,13 @@ struct AppStateFixture : FakeServices
         context.resumeSummary = QStringLiteral("Resume");
         context.jobDescription = QStringLiteral("Job");
         storeContext(context, true);
-        shareableContent->reading.setResult(content({{7, QStringLiteral("Meet - Weekly sync"),
-                                                      QStringLiteral("Chrome")}}));
+        shareableContent->reading.setResult(
+            content({{7, QStringLiteral("Meet - Weekly sync"), QStringLiteral("Chrome")}}));
     }
 
     void storeContext(const MeetingContext& context, bool isCompleted) const
     {
-        userDefaults->suiteStore->setData(QJsonDocument(context.toJson()).toJson(),
-                                          QStringLiteral("meeting.context"));
+        userDefaults->suiteStore->setData(QJsonDocument(context.toJson()).toJson(), QStringLiteral("meeting.context"));
         userDefaults->suiteStore->setBool(isCompleted, QStringLiteral("interview.setup.completed"));
     }
 
@@ -47,8 +46,8 @@ struct AppStateFixture : FakeServices
             content.windows.push_back(std::make_shared<const platform::ShareableWindow>(platform::ShareableWindow{
                 .windowId = window.id,
                 .title = window.title,
-                .owningApplication = platform::RunningApplication{.processId = 1,
-                                                                  .applicationName = window.application},
+                .owningApplication =
+                    platform::RunningApplication{.processId = 1, .applicationName = window.application},
                 .isOnScreen = true,
             }));
         }

@@ -11,9 +11,9 @@ using enum SessionStatus;
 
 namespace {
 
-const QString permissionText =
-    u"Screen & System Audio Recording is enabled, but macOS has not applied it to this running copy yet. Quit and reopen "
-    "Quorvel, then choose the source again."_s;
+const QString permissionText = u"Screen & System Audio Recording is enabled, but macOS has not applied it to this "
+                               u"running copy yet. Quit and reopen "
+                               "Quorvel, then choose the source again."_s;
 
 QByteArray floats(float value, int count)
 {
@@ -391,7 +391,8 @@ private Q_SLOTS:
     void survivesItsEndWhileAnOperationWaits_data()
     {
         QTest::addColumn<QString>("waitsFor");
-        for (const char* step : {"health", "keychain", "account", "sources", "permission", "start", "capture", "stop"}) {
+        for (const char* step :
+             {"health", "keychain", "account", "sources", "permission", "start", "capture", "stop"}) {
             QTest::newRow(step) << QString::fromLatin1(step);
         }
     }
@@ -453,10 +454,7 @@ private:
     [[nodiscard]] test::CaptureSteps& steps() const { return *m_app->capture->steps; }
 
     /// Whether every stream that was started has been stopped since.
-    [[nodiscard]] bool isCaptureStopped() const
-    {
-        return steps().stop.calls() >= steps().start.calls();
-    }
+    [[nodiscard]] bool isCaptureStopped() const { return steps().stop.calls() >= steps().start.calls(); }
 
     void bring(SessionStatus status) const
     {

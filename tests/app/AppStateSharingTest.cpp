@@ -21,14 +21,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("chosen");
         QTest::newRow("nothing to choose") << QString() << QStringList() << QString();
         QTest::newRow("selection is gone, nothing left") << u"window-7"_s << QStringList() << QString();
-        QTest::newRow("likely meeting first") << QString() << QStringList({u"1:notes:Editor"_s, u"2:call:zoom"_s})
-                                              << u"window-2"_s;
-        QTest::newRow("no likely meeting") << QString() << QStringList({u"1:b:Editor"_s, u"2:a:Editor"_s})
-                                           << u"window-2"_s;
+        QTest::newRow("likely meeting first")
+            << QString() << QStringList({u"1:notes:Editor"_s, u"2:call:zoom"_s}) << u"window-2"_s;
+        QTest::newRow("no likely meeting")
+            << QString() << QStringList({u"1:b:Editor"_s, u"2:a:Editor"_s}) << u"window-2"_s;
         QTest::newRow("selection stays") << u"window-7"_s << QStringList({u"2:call:zoom"_s, u"7:x:Editor"_s})
                                          << u"window-7"_s;
-        QTest::newRow("selection is gone") << u"window-7"_s << QStringList({u"2:call:zoom"_s, u"8:x:Editor"_s})
-                                           << u"window-2"_s;
+        QTest::newRow("selection is gone")
+            << u"window-7"_s << QStringList({u"2:call:zoom"_s, u"8:x:Editor"_s}) << u"window-2"_s;
     }
 
     void choosesASource()

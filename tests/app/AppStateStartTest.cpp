@@ -152,14 +152,14 @@ private Q_SLOTS:
         QTest::newRow("empty") << QString() << QStringList() << false;
         QTest::newRow("blank lines") << u" \n\t\r\n\u2028 "_s << QStringList() << false;
         QTest::newRow("every newline") << u"a\nb\vc\fd\re\r\nf\u0085g\u2028h\u2029i"_s
-                                       << QStringList({u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s, u"f"_s, u"g"_s, u"h"_s,
-                                                       u"i"_s})
+                                       << QStringList(
+                                              {u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s, u"f"_s, u"g"_s, u"h"_s, u"i"_s})
                                        << false;
         QTest::newRow("capitals after a line end pair")
             << u"Welcome\r\n  Please INTRODUCE yourself. "_s
             << QStringList({u"Welcome"_s, u"Please INTRODUCE yourself."_s}) << true;
-        QTest::newRow("not the last line") << u"introduce yourself\nthanks"_s
-                                           << QStringList({u"introduce yourself"_s, u"thanks"_s}) << false;
+        QTest::newRow("not the last line")
+            << u"introduce yourself\nthanks"_s << QStringList({u"introduce yourself"_s, u"thanks"_s}) << false;
         // In a Turkish locale a dotless i would break the match.
         QTest::newRow("capital I") << u"INTRODUCE YOURSELF"_s << QStringList({u"INTRODUCE YOURSELF"_s}) << true;
     }

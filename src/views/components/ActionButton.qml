@@ -15,7 +15,7 @@ T.Button {
 
     readonly property color textColor: {
         if (isProminent)
-            return Theme.onAccent;
+            return Theme.accentText;
         return isDestructive ? Theme.errorSurface : Theme.primaryText;
     }
 
@@ -33,10 +33,10 @@ T.Button {
     Accessible.name: label
     // A press through assistive technology; the stock button of this toolkit version ignores it.
     Accessible.onPressAction: if (enabled) {
-        button.click();
+        button.clicked();
     }
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
 
     contentItem: Row {
         spacing: 8

@@ -26,13 +26,13 @@ Rectangle {
 
         SymbolIcon {
             symbol: "exclamationmark.triangle.fill"
-            color: Theme.onError
+            color: Theme.errorText
             size: 18
         }
         SelectableText {
             Layout.fillWidth: true
             text: banner.message
-            color: Theme.onError
+            color: Theme.errorText
         }
         ActionButton {
             symbol: "xmark"

@@ -8,7 +8,7 @@ TextEdit {
     color: Theme.primaryText
     font: Theme.body
     selectionColor: Theme.accent
-    selectedTextColor: Theme.onAccent
+    selectedTextColor: Theme.accentText
     wrapMode: TextEdit.Wrap
     textFormat: TextEdit.PlainText
     readOnly: true

@@ -22,7 +22,7 @@ ScrollView {
         color: Theme.primaryText
         placeholderTextColor: Theme.secondaryText
         selectionColor: Theme.accent
-        selectedTextColor: Theme.onAccent
+        selectedTextColor: Theme.accentText
         selectByMouse: true
         padding: 10
         KeyNavigation.priority: KeyNavigation.BeforeItem

@@ -24,11 +24,11 @@ QtObject {
     readonly property color accent: isDark ? "#8B87F8" : "#4F46E5"
     readonly property color accentHovered: isDark ? "#9D99FA" : "#4338CA"
     readonly property color accentPressed: isDark ? "#7C77F2" : "#3730A3"
-    readonly property color onAccent: isDark ? "#12131A" : "#FFFFFF"
+    readonly property color accentText: isDark ? "#12131A" : "#FFFFFF"
     readonly property color good: isDark ? "#3FCF7F" : "#1A8048"
     readonly property color waiting: isDark ? "#F5A524" : "#B45309"
     readonly property color errorSurface: isDark ? "#9F2F2F" : "#B42323"
-    readonly property color onError: "#FFFFFF"
+    readonly property color errorText: "#FFFFFF"
 
     readonly property int radius: 8
     readonly property int spacing: 12
