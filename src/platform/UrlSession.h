@@ -35,7 +35,7 @@ struct UrlRequest
     /// Without progress for this long the request fails.
     std::chrono::milliseconds timeout{60'000};
     /// A stop requested on it, on the main thread, ends the request with PlatformError::cancelled.
-    std::stop_token stop = {};
+    std::stop_token stop = std::stop_token();
 };
 
 struct UrlResponse
