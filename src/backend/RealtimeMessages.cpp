@@ -48,10 +48,13 @@ std::optional<Timestamp> timestamp(const QJsonObject& message, const QString& ke
         return std::nullopt;
     }
     const QDateTime moment = QDateTime::fromString(text, Qt::ISODate);
-    if (!moment.isValid()) {
+    const std::chrono::milliseconds sinceEpoch(moment.toMSecsSinceEpoch());
+    // A timestamp counts nanoseconds, which reach from 1677 to 2262 only.
+    constexpr auto furthest = std::chrono::floor<std::chrono::milliseconds>(Timestamp::duration::max());
+    if (!moment.isValid() || sinceEpoch > furthest || sinceEpoch < -furthest) {
         return std::nullopt;
     }
-    return Timestamp(std::chrono::milliseconds(moment.toMSecsSinceEpoch()));
+    return Timestamp(sinceEpoch);
 }
 
 Status decodeStatus(const QJsonObject& message)

@@ -103,6 +103,9 @@ private Q_SLOTS:
             BackendDiagnostics{});
         row("tick, no such day", R"({"type":"diagnostic.tick","lastAudioAt":"2026-02-30T14:03:22Z"})",
             BackendDiagnostics{});
+        row("tick, beyond the clock",
+            R"({"type":"diagnostic.tick","lastAudioAt":"9999-12-31T23:59:59Z","lastTranscriptAt":"0001-01-01T00:00:00Z"})",
+            BackendDiagnostics{});
         row("tick, fractional numbers", R"({"type":"diagnostic.tick","audioBytes":1.5,"commits":2.0,"latencyMs":0.1})",
             counted(0, 2));
         row("tick, other types", R"({"type":"diagnostic.tick","audioBytes":"1","commits":true,"latencyMs":null})",
