@@ -13,7 +13,7 @@ set(_quorvel_origin_scheme ${CMAKE_MATCH_1})
 set(_quorvel_origin_host ${CMAKE_MATCH_2})
 set(_quorvel_origin_port "${CMAKE_MATCH_5}")
 
-if(_quorvel_origin_port AND (_quorvel_origin_port GREATER 65535 OR _quorvel_origin_port LESS 1))
+if(NOT _quorvel_origin_port STREQUAL "" AND (_quorvel_origin_port GREATER 65535 OR _quorvel_origin_port LESS 1))
     message(FATAL_ERROR "QUORVEL_BACKEND_ORIGIN names port ${_quorvel_origin_port}; a port lies between 1 and 65535.")
 endif()
 if(_quorvel_origin_scheme STREQUAL "http"
