@@ -46,7 +46,6 @@ ColumnLayout {
         leftMargin: Theme.padding
         rightMargin: Theme.padding
         boundsBehavior: Flickable.StopAtBounds
-        reuseItems: true
         model: view.store.turns
         activeFocusOnTab: true
         keyNavigationEnabled: false
