@@ -2,6 +2,9 @@
 
 #include <QGuiApplication>
 
+#include <array>
+#include <bit>
+
 namespace quorvel::platform::x11 {
 
 xcb_connection_t* connection()
@@ -27,6 +30,21 @@ void setProperty(xcb_connection_t* connection, xcb_window_t window, const QByteA
 {
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, name), type, 32,
                         static_cast<std::uint32_t>(values.size()), values.data());
+}
+
+void sendToWindowManager(xcb_connection_t* connection, xcb_window_t window, const QByteArray& request,
+                         std::uint32_t argument)
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = atom(connection, request);
+    event.data.data32[0] = argument;
+    const auto bytes = std::bit_cast<std::array<char, sizeof event>>(event);
+    xcb_send_event(connection, 0, rootWindow(connection),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT, bytes.data());
+    xcb_flush(connection);
 }
 
 } // namespace quorvel::platform::x11

@@ -34,6 +34,10 @@ using Reply = std::unique_ptr<T, Free>;
 void setProperty(xcb_connection_t* connection, xcb_window_t window, const QByteArray& name, xcb_atom_t type,
                  std::span<const std::uint32_t> values);
 
+/// Asks the window manager to do something about one of our windows, flushed at once.
+void sendToWindowManager(xcb_connection_t* connection, xcb_window_t window, const QByteArray& request,
+                         std::uint32_t argument);
+
 /// The event without the mark of having been sent by a client.
 [[nodiscard]] inline std::uint8_t eventType(const xcb_generic_event_t& event)
 {

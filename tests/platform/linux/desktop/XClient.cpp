@@ -149,12 +149,12 @@ xcb_window_t XClient::makeWindow(QRect geometry, WindowKind kind) const
 
 void XClient::activate(xcb_window_t window) const
 {
-    sendToRoot(window, "_NET_ACTIVE_WINDOW", {2});
+    platform::x11::sendToWindowManager(m_connection, window, "_NET_ACTIVE_WINDOW", 2);
 }
 
 void XClient::showDesktop(std::uint32_t number) const
 {
-    sendToRoot(m_screen->root, "_NET_CURRENT_DESKTOP", {number});
+    platform::x11::sendToWindowManager(m_connection, m_screen->root, "_NET_CURRENT_DESKTOP", number);
 }
 
 int XClient::takePresses() const
@@ -209,21 +209,6 @@ xcb_window_t XClient::topLevel(xcb_window_t window) const
         }
         window = reply->parent;
     }
-}
-
-void XClient::sendToRoot(xcb_window_t window, const QByteArray& type, std::initializer_list<std::uint32_t> data) const
-{
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = window;
-    event.type = atom(type);
-    std::ranges::copy(data, std::begin(event.data.data32));
-    std::array<char, sizeof event> bytes{};
-    std::memcpy(bytes.data(), &event, sizeof event);
-    xcb_send_event(m_connection, 0, m_screen->root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT, bytes.data());
-    xcb_flush(m_connection);
 }
 
 void XClient::fake(std::uint8_t type, std::uint8_t detail, QPoint position) const

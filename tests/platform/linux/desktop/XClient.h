@@ -59,7 +59,6 @@ public:
 private:
     [[nodiscard]] xcb_atom_t atom(const QByteArray& name) const;
     [[nodiscard]] xcb_window_t topLevel(xcb_window_t window) const;
-    void sendToRoot(xcb_window_t window, const QByteArray& type, std::initializer_list<std::uint32_t> data) const;
     void fake(std::uint8_t type, std::uint8_t detail, QPoint position = {}) const;
 
     xcb_connection_t* m_connection;
