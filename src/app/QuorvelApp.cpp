@@ -1,35 +1,31 @@
 #include "app/QuorvelApp.h"
 
 #include <QCoreApplication>
+#include <QQmlComponent>
 #include <QVariantMap>
-
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace quorvel {
 
-QuorvelApp::QuorvelApp(const platform::Services& services, const QUrl& backendOrigin,
-                       std::unique_ptr<QQmlApplicationEngine> engine)
-    : m_appState(AppState::create(services, backendOrigin))
-    , m_engine(std::move(engine))
+QuorvelApp::QuorvelApp(const platform::Services& services, const QUrl& backendOrigin, QQmlEngine& engine)
+    : m_engine(engine)
+    , m_appState(AppState::create(services, backendOrigin))
 {
     QQmlEngine::setObjectOwnership(m_appState.get(), QQmlEngine::CppOwnership);
-    // Closing the window and quitting both end the event loop; the backend is told goodbye before the services go.
+    // The backend is told goodbye while the services and the event loop's objects are still there.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { m_appState->shutdown(); });
 }
 
 bool QuorvelApp::showMainWindow()
 {
-    m_engine->setInitialProperties({{u"appState"_s, QVariant::fromValue(m_appState.get())}});
-    m_engine->load(QUrl(u"qrc:/qt/qml/Quorvel/Views/MainView.qml"_s));
-    return !m_engine->rootObjects().isEmpty();
-}
-
-QQuickWindow* QuorvelApp::mainWindow() const
-{
-    return m_engine->rootObjects().isEmpty() ? nullptr
-                                             : qobject_cast<QQuickWindow*>(m_engine->rootObjects().constFirst());
+    QQmlComponent component(&m_engine, QUrl(u"qrc:/qt/qml/Quorvel/Views/MainView.qml"_s));
+    const QVariantMap properties{{u"appState"_s, QVariant::fromValue(m_appState.get())}};
+    m_mainWindow.reset(qobject_cast<QQuickWindow*>(component.createWithInitialProperties(properties)));
+    if (!m_mainWindow) {
+        qCritical("The main window cannot be loaded: %s", qPrintable(component.errorString()));
+    }
+    return m_mainWindow != nullptr;
 }
 
 } // namespace quorvel

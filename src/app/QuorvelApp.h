@@ -4,7 +4,7 @@
 #include "platform/Services.h"
 
 #include <QObject>
-#include <QQmlApplicationEngine>
+#include <QQmlEngine>
 #include <QQuickWindow>
 #include <QUrl>
 
@@ -16,21 +16,22 @@ namespace quorvel {
 class QuorvelApp final : public QObject
 {
 public:
-    /// Builds the state. `engine` shows the screens; the modules with their types are linked into the program.
-    QuorvelApp(const platform::Services& services, const QUrl& backendOrigin,
-               std::unique_ptr<QQmlApplicationEngine> engine);
+    /// Builds the state. `engine` shows the screens and outlives the application; the modules with their types are
+    /// linked into the program.
+    QuorvelApp(const platform::Services& services, const QUrl& backendOrigin, QQmlEngine& engine);
 
     /// Opens the main window. False when its view cannot be loaded; the reason is in the log.
     [[nodiscard]] bool showMainWindow();
 
     [[nodiscard]] AppState& appState() { return *m_appState; }
     /// Null until it has been shown.
-    [[nodiscard]] QQuickWindow* mainWindow() const;
+    [[nodiscard]] QQuickWindow* mainWindow() const { return m_mainWindow.get(); }
 
 private:
-    // The state outlives the views that bind to it.
+    QQmlEngine& m_engine;
+    // The state outlives the window that binds to it.
     std::shared_ptr<AppState> m_appState;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<QQuickWindow> m_mainWindow;
 };
 
 } // namespace quorvel

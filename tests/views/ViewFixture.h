@@ -16,15 +16,14 @@ struct ViewFixture : AppStateFixture
     /// Opens the window and waits until it is shown.
     [[nodiscard]] bool open()
     {
-        auto engine = std::make_unique<QQmlApplicationEngine>();
-        engine->addImageProvider(QStringLiteral("symbols"), new SymbolImageProvider);
-        QObject::connect(engine.get(), &QQmlEngine::warnings, [this](const QList<QQmlError>& faults) {
+        engine.addImageProvider(QStringLiteral("symbols"), new SymbolImageProvider);
+        QObject::connect(&engine, &QQmlEngine::warnings, [this](const QList<QQmlError>& faults) {
             for (const QQmlError& fault : faults) {
                 warnings << fault.toString();
             }
         });
         QAccessible::setActive(true);
-        app = std::make_unique<QuorvelApp>(services(), origin(), std::move(engine));
+        app = std::make_unique<QuorvelApp>(services(), origin(), engine);
         if (!app->showMainWindow()) {
             return false;
         }
@@ -62,6 +61,7 @@ struct ViewFixture : AppStateFixture
         return true;
     }
 
+    QQmlEngine engine;
     std::unique_ptr<QuorvelApp> app;
     QQuickWindow* window = nullptr;
     QStringList warnings;
