@@ -1,0 +1,191 @@
+// What one event costs when the lists are full and shown: 200 turns of the transcript, 60 suggestions. Each iteration
+// takes one event in and paints the frame that follows from it (polish, synchronise, render in software). The alternative
+// beside it is a model that is reset at each change, as a view over plain arrays would do it.
+
+#include "platform/linux/desktop/SystemClock.h"
+#include "suggestions/SuggestionEngine.h"
+#include "transcript/TranscriptStore.h"
+#include "views/SymbolImageProvider.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickRenderControl>
+#include <QQuickRenderTarget>
+#include <QQuickWindow>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <memory>
+
+using namespace quorvel;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize frameSize(560, 640);
+
+/// An item on a window that is painted when we say so, and nowhere else.
+class Stage
+{
+public:
+    Stage(const QByteArray& qml, const QVariantMap& properties)
+    {
+        m_engine.addImageProvider(u"symbols"_s, new SymbolImageProvider);
+        QQmlComponent component(&m_engine);
+        component.setData(qml, QUrl());
+        m_item.reset(qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties)));
+        if (!m_item) {
+            std::fputs(qPrintable(component.errorString()), stderr);
+            std::abort();
+        }
+        m_window.resize(frameSize);
+        m_window.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&m_image));
+        m_item->setParentItem(m_window.contentItem());
+        m_item->setSize(frameSize);
+        paint();
+    }
+
+    void paint()
+    {
+        QCoreApplication::sendPostedEvents();
+        m_control.polishItems();
+        m_control.beginFrame();
+        m_control.sync();
+        m_control.render();
+        m_control.endFrame();
+    }
+
+private:
+    QQmlEngine m_engine;
+    QImage m_image{frameSize, QImage::Format_ARGB32_Premultiplied};
+    QQuickRenderControl m_control;
+    QQuickWindow m_window{&m_control};
+    std::unique_ptr<QQuickItem> m_item;
+};
+
+/// Counts what views are told about rows.
+class RowCounter
+{
+public:
+    explicit RowCounter(QAbstractItemModel& model)
+    {
+        QObject::connect(&model, &QAbstractItemModel::rowsInserted, &m_context,
+                         [this](const QModelIndex&, int first, int last) { m_inserted += last - first + 1; });
+        QObject::connect(&model, &QAbstractItemModel::rowsRemoved, &m_context,
+                         [this](const QModelIndex&, int first, int last) { m_removed += last - first + 1; });
+        QObject::connect(&model, &QAbstractItemModel::modelReset, &m_context, [this] { ++m_resets; });
+    }
+
+    void report(benchmark::State& state) const
+    {
+        using benchmark::Counter;
+        state.counters["inserted"] = Counter(m_inserted, Counter::kAvgIterations);
+        state.counters["removed"] = Counter(m_removed, Counter::kAvgIterations);
+        state.counters["resets"] = Counter(m_resets, Counter::kAvgIterations);
+    }
+
+private:
+    QObject m_context;
+    int m_inserted = 0;
+    int m_removed = 0;
+    int m_resets = 0;
+};
+
+QString line(int number)
+{
+    return u"Line %1 of a long meeting in which everybody has a lot to say and says it."_s.arg(number);
+}
+
+void appendTurn(benchmark::State& state)
+{
+    TranscriptStore store(std::make_shared<platform::SystemClock>());
+    int number = 0;
+    while (store.turns().size() < TranscriptStore::maximumTurns) {
+        store.append(line(number++), TranscriptTurn::Kind::final);
+    }
+    Stage stage("import Quorvel.Views\nTranscriptView {}", {{u"store"_s, QVariant::fromValue(&store)}});
+    const RowCounter rows(*store.turnsModel());
+    for (auto iteration : state) {
+        store.append(line(number++), TranscriptTurn::Kind::final);
+        stage.paint();
+    }
+    rows.report(state);
+}
+
+void appendTurnWithReset(benchmark::State& state)
+{
+    ObservableList<QString> list({{.name = "kind", .read = [](const QString&) { return QVariant(u"Final"_s); }},
+                                  {.name = "text", .read = [](const QString& text) { return QVariant(text); }}});
+    std::deque<QString> lines;
+    int number = 0;
+    while (lines.size() < TranscriptStore::maximumTurns) {
+        lines.push_back(line(number++));
+    }
+    list.reset(lines);
+    Stage stage("import QtQuick\nimport Quorvel.Views\n"
+                "ListView { spacing: 10; delegate: TranscriptRow { width: ListView.view.width } }",
+                {{u"model"_s, QVariant::fromValue<QAbstractItemModel*>(&list)}});
+    const RowCounter rows(list);
+    for (auto iteration : state) {
+        lines.pop_front();
+        lines.push_back(line(number++));
+        list.reset(lines);
+        stage.paint();
+    }
+    rows.report(state);
+}
+
+void takeInSuggestion(benchmark::State& state)
+{
+    SuggestionEngine engine(nullptr, std::make_shared<platform::SystemClock>(),
+                            std::make_shared<platform::MainThread>());
+    int number = 0;
+    const auto takeIn = [&] {
+        engine.takeIn({.shouldRespond = true, .suggestion = line(number++), .confidence = 0.8});
+    };
+    while (engine.history().size() < SuggestionEngine::maximumHistory) {
+        takeIn();
+    }
+    Stage stage("import Quorvel.Views\nSuggestionsPanel {}", {{u"engine"_s, QVariant::fromValue(&engine)}});
+    const RowCounter rows(*engine.historyModel());
+    for (auto iteration : state) {
+        takeIn();
+        stage.paint();
+    }
+    rows.report(state);
+}
+
+void writePartialText(benchmark::State& state)
+{
+    TranscriptStore store(std::make_shared<platform::SystemClock>());
+    int number = 0;
+    while (store.turns().size() < TranscriptStore::maximumTurns) {
+        store.append(line(number++), TranscriptTurn::Kind::final);
+    }
+    Stage stage("import Quorvel.Views\nTranscriptView {}", {{u"store"_s, QVariant::fromValue(&store)}});
+    for (auto iteration : state) {
+        store.setPartialText(line(number++));
+        stage.paint();
+    }
+}
+
+} // namespace
+
+BENCHMARK(appendTurn)->Unit(benchmark::kMicrosecond);
+BENCHMARK(appendTurnWithReset)->Unit(benchmark::kMicrosecond);
+BENCHMARK(takeInSuggestion)->Unit(benchmark::kMicrosecond);
+BENCHMARK(writePartialText)->Unit(benchmark::kMicrosecond);
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    const QGuiApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return EXIT_SUCCESS;
+}
