@@ -109,7 +109,8 @@ Task<> AppState::requestOtp()
     const Result<std::optional<QString>> devCode = co_await m_backendClient->requestOtp(std::move(email));
     if (devCode) {
         assign(m_authDevCode, *devCode, &AppState::authDevCodeChanged);
-        setAuthMessage(*devCode ? u"Local dev code: "_s + **devCode : u"Check Gmail for your login code."_s);
+        const std::optional<QString>& code = *devCode;
+        setAuthMessage(code ? u"Local dev code: "_s + *code : u"Check Gmail for your login code."_s);
     } else {
         setAuthMessage(devCode.error().description);
     }

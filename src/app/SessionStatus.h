@@ -3,11 +3,12 @@
 #include "platform/RawValue.h"
 
 #include <array>
+#include <cstdint>
 
 namespace quorvel {
 
 /// State of the listening session.
-enum class SessionStatus { idle, starting, running, stopping, failed };
+enum class SessionStatus : std::uint8_t { idle, starting, running, stopping, failed };
 
 [[nodiscard]] constexpr auto rawValues(SessionStatus)
 {
@@ -19,7 +20,7 @@ enum class SessionStatus { idle, starting, running, stopping, failed };
 }
 
 /// Outcome of the backend's health check.
-enum class BackendAvailability { checking, available, unavailable };
+enum class BackendAvailability : std::uint8_t { checking, available, unavailable };
 
 [[nodiscard]] constexpr auto rawValues(BackendAvailability)
 {
@@ -31,7 +32,7 @@ enum class BackendAvailability { checking, available, unavailable };
 }
 
 /// Whether start-up has reached the account.
-enum class APIKeyStatus { missing, validating, connected, invalid };
+enum class APIKeyStatus : std::uint8_t { missing, validating, connected, invalid };
 
 [[nodiscard]] constexpr auto rawValues(APIKeyStatus)
 {

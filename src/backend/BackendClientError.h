@@ -4,9 +4,11 @@
 
 #include <QString>
 
+#include <cstdint>
+
 namespace quorvel {
 
-enum class BackendClientError {
+enum class BackendClientError : std::uint8_t {
     server = 1,      ///< the backend refused; the description is its own text
     invalidResponse, ///< what came back makes no sense
 };

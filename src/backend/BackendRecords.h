@@ -95,7 +95,7 @@ struct ExtractedProfile
 };
 
 /// State of the link to the backend.
-enum class BackendConnectionStatus { disconnected, connecting, connected, error };
+enum class BackendConnectionStatus : std::uint8_t { disconnected, connecting, connected, error };
 
 [[nodiscard]] constexpr auto rawValues(BackendConnectionStatus)
 {
@@ -108,7 +108,7 @@ enum class BackendConnectionStatus { disconnected, connecting, connected, error 
 }
 
 /// State of the backend's transcriber as last reported.
-enum class BackendTranscriberStatus { waiting, connecting, connected, closed, error };
+enum class BackendTranscriberStatus : std::uint8_t { waiting, connecting, connected, closed, error };
 
 [[nodiscard]] constexpr auto rawValues(BackendTranscriberStatus)
 {

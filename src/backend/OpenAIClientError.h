@@ -4,10 +4,12 @@
 
 #include <QString>
 
+#include <cstdint>
+
 namespace quorvel {
 
 /// Failures of the clients that talk to the transcription service directly.
-enum class OpenAIClientError {
+enum class OpenAIClientError : std::uint8_t {
     server = 1,      ///< the service refused or closed; the description says how
     invalidAPIKey,   ///< the key is missing or wrong
     invalidResponse, ///< what came back makes no sense

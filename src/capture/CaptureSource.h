@@ -6,11 +6,12 @@
 #include <QString>
 
 #include <array>
+#include <cstdint>
 #include <memory>
 
 namespace quorvel {
 
-enum class CaptureSourceKind { browser, window, screen };
+enum class CaptureSourceKind : std::uint8_t { browser, window, screen };
 
 /// The texts on the wire, which are also the titles.
 [[nodiscard]] constexpr auto rawValues(CaptureSourceKind)

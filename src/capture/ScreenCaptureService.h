@@ -8,12 +8,13 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
 namespace quorvel {
 
-enum class CaptureError { permissionDenied = 1, invalidSource };
+enum class CaptureError : std::uint8_t { permissionDenied = 1, invalidSource };
 
 [[nodiscard]] const char* errorCategoryName(CaptureError);
 [[nodiscard]] const char* errorName(CaptureError error);

@@ -5,10 +5,11 @@
 #include <QString>
 
 #include <array>
+#include <cstdint>
 
 namespace quorvel {
 
-enum class SessionMode { hr, technical };
+enum class SessionMode : std::uint8_t { hr, technical };
 
 /// The texts on the wire, which are also the titles.
 [[nodiscard]] constexpr auto rawValues(SessionMode)

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <functional>
 
 class QWindow;
@@ -14,7 +15,7 @@ namespace quorvel::platform {
 class ApplicationInstance
 {
 public:
-    enum class Role {
+    enum class Role : std::uint8_t {
         first,  ///< this process is the session's; addresses of later ones arrive here
         second, ///< another process has taken the addresses; this one has nothing left to do
         alone,  ///< nobody can be reached; this process goes on by itself

@@ -32,7 +32,7 @@ struct AudioSampleBuffer
     std::optional<std::span<const std::byte>> data;
 };
 
-enum class CaptureOutputType { screen = 0, audio = 1 };
+enum class CaptureOutputType : std::uint8_t { screen = 0, audio = 1 };
 
 /// Receives what a stream captures, on the serial queue (one thread at a time) that the output was added with.
 class CaptureStreamOutput

@@ -14,7 +14,7 @@
 
 namespace quorvel {
 
-enum class JsonError {
+enum class JsonError : std::uint8_t {
     malformed = 1, ///< not JSON, nested too deeply, or no object at the top
     missingKey,    ///< a required key is absent or null
     wrongType,     ///< a key holds another type than it must

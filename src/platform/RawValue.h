@@ -13,6 +13,12 @@ namespace quorvel {
 template <typename Enum>
 struct RawValue
 {
+    constexpr RawValue(Enum rawCase, const char* rawText)
+        : value(rawCase)
+        , text(rawText)
+    {
+    }
+
     Enum value;
     const char* text; ///< ASCII
 };

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <expected>
 #include <string>
 #include <system_error>
@@ -53,7 +54,7 @@ namespace platform {
 
 /// The failures that any platform service can report. Services with failures of their own have an enumeration of their
 /// own.
-enum class PlatformError {
+enum class PlatformError : std::uint8_t {
     cancelled = 1, ///< The caller withdrew the operation, or the object that ran it is gone.
     unavailable,   ///< The service that would do it is missing on this desktop.
     failed,        ///< The service refused or broke; the description says how.

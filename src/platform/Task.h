@@ -16,7 +16,7 @@ using Task = QCoro::Task<T>;
 
 /// Starts an operation whose end nobody waits for.
 template <typename T>
-void launch(Task<T>&& /*running*/)
+void launch(Task<T> /*running*/)
 {
 }
 

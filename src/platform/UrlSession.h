@@ -48,7 +48,7 @@ struct UrlResponse
 /// One message of a WebSocket connection.
 struct WebSocketMessage
 {
-    enum class Kind { text, binary };
+    enum class Kind : std::uint8_t { text, binary };
 
     Kind kind = Kind::binary;
     QByteArray data; ///< of a text its UTF-8

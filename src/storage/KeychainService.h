@@ -5,12 +5,13 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
 namespace quorvel {
 
-enum class KeychainError {
+enum class KeychainError : std::uint8_t {
     unhandledStatus = 1, ///< the keychain refused; the description holds its status code
     invalidData,         ///< the item is not text
 };

@@ -7,11 +7,12 @@
 #include <QString>
 
 #include <array>
+#include <cstdint>
 
 namespace quorvel {
 
 /// The kind of utterance that a suggestion answers.
-enum class DetectedIntent { question, objection, clarification, smalltalk, unknown };
+enum class DetectedIntent : std::uint8_t { question, objection, clarification, smalltalk, unknown };
 
 [[nodiscard]] constexpr auto rawValues(DetectedIntent)
 {

@@ -2,12 +2,14 @@
 
 #include <QString>
 
+#include <cstdint>
+
 namespace quorvel {
 
 /// What a transcriber reports: its latest guess, a finished utterance, or why it failed.
 struct TranscriptEvent
 {
-    enum class Kind { partial, final, error };
+    enum class Kind : std::uint8_t { partial, final, error };
 
     Kind kind = Kind::partial;
     QString text;

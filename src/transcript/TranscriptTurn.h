@@ -7,13 +7,14 @@
 #include <QUuid>
 
 #include <array>
+#include <cstdint>
 
 namespace quorvel {
 
 /// One finished line of the transcript.
 struct TranscriptTurn
 {
-    enum class Kind { partial, final, mock };
+    enum class Kind : std::uint8_t { partial, final, mock };
 
     /// The label shown above a turn.
     friend constexpr auto rawValues(Kind)
