@@ -19,7 +19,7 @@ enum class Intent : std::uint8_t { Question, Objection, Clarification, SmallTalk
 struct Suggestion
 {
     bool shouldRespond = false;
-    std::string text;
+    std::string text = {};
     double confidence = 0; ///< 0 to 1, from the evidence in the context
     Intent intent = Intent::Unknown;
 };
