@@ -57,11 +57,13 @@ public:
             question = std::string(earlier) + " " + question;
             intent = intentOf(question) == Intent::Question ? Intent::Question : Intent::Unknown;
         }
+        if (intent == Intent::Unknown && soundsLikeAQuestion(question))
+            intent = Intent::Question;
         switch (intent) {
         case Intent::SmallTalk:
             return smallTalk(question);
         case Intent::Clarification:
-            return clarification(earlier);
+            return clarification(std::string(earlier) + " " + question);
         case Intent::Objection:
             return objection(question);
         case Intent::Question:
@@ -88,6 +90,18 @@ private:
         });
     }
 
+    /// The first words of a question are misheard the most; one that speaks to the user of what the resume or the
+    /// technical topics know is taken for a question without them.
+    bool soundsLikeAQuestion(const std::string& utterance) const
+    {
+        constexpr std::size_t leastWords = 6;
+        const auto words = wordsOf(utterance);
+        const bool addressed =
+            std::ranges::any_of(words, [](const auto& word) { return word == "you" || word == "your"; });
+        return words.size() >= leastWords && addressed &&
+               (find(utterance) || (m_mode == SessionMode::Technical && topicFor(termsOf(utterance)) != nullptr));
+    }
+
     static Suggestion smallTalk(std::string_view utterance)
     {
         if (!wantsReply(utterance))
@@ -105,9 +119,9 @@ private:
         return {.shouldRespond = true, .text = reply, .confidence = 0.6, .intent = Intent::SmallTalk};
     }
 
-    Suggestion clarification(std::string_view earlier) const
+    Suggestion clarification(const std::string& asked) const
     {
-        const auto evidence = find(earlier);
+        const auto evidence = find(asked);
         std::string text = "Let me put it more concretely. ";
         text += evidence ? sentence(spoken(line(*evidence)))
                          : std::string("Say the point again in one sentence, then give one case of your own.");

@@ -27,20 +27,43 @@ constexpr auto outcomeWords = std::to_array<std::string_view>(
      "achieving", "enabling", "which",      "making",   "winning",   "shortening", "so",
      "freeing",   "speeding", "generating", "ending",   "boosting",  "delivering", "decreasing"});
 
+constexpr auto describingWords =
+    std::to_array<std::string_view>({"experienced", "certified", "registered", "skilled", "motivated", "dedicated",
+                                     "licensed", "qualified", "accomplished", "talented", "seasoned", "chartered",
+                                     "unlimited", "advanced", "applied", "distributed", "embedded", "related"});
+
+template <typename Words>
+bool contains(const Words& words, std::string_view word)
+{
+    return std::ranges::find(words, word) != words.end();
+}
+
 std::string firstWord(std::string_view text)
 {
     return std::string(text.substr(0, text.find_first_of(" ,:;/")));
+}
+
+/// "which was adopted" as a sentence of its own.
+std::string asSentence(std::string_view clause)
+{
+    constexpr std::string_view relative = "which ";
+    return clause.starts_with(relative) ? "it " + std::string(clause.substr(relative.size())) : std::string(clause);
 }
 
 } // namespace
 
 bool tellsAnAction(std::string_view sentence)
 {
-    const auto first = lowerCased(firstWord(sentence));
-    if (std::ranges::find(pastVerbs, first) != pastVerbs.end())
+    const auto words = wordsOf(sentence.substr(0, sentence.find(',')));
+    if (words.empty())
+        return false;
+    const auto& first = words.front();
+    if (contains(pastVerbs, first))
         return true;
     constexpr std::size_t shortestRegular = 4;
-    return first.size() > shortestRegular && first.ends_with("ed") && !namesAPosition(firstWord(sentence));
+    // "Registered nurse" and "Experienced in retail" tell what somebody is.
+    const bool describes = contains(describingWords, first) || (words.size() > 1 && contains(positionWords, words[1]));
+    return first.size() > shortestRegular && first.ends_with("ed") && !describes;
 }
 
 bool namesAPosition(std::string_view sentence)
@@ -48,7 +71,7 @@ bool namesAPosition(std::string_view sentence)
     constexpr std::size_t mostWords = 14;
     const auto words = wordsOf(sentence);
     const auto first = words.empty() ? std::string() : words.front();
-    if (words.size() > mostWords || std::ranges::find(pastVerbs, first) != pastVerbs.end())
+    if (words.size() > mostWords || contains(pastVerbs, first))
         return false;
     return std::ranges::any_of(
         words, [](const std::string& word) { return std::ranges::find(positionWords, word) != positionWords.end(); });
@@ -62,14 +85,14 @@ Achievement splitAchievement(std::string_view sentence)
         const auto after = word == "and" ? trimmed(rest.substr(3)) : rest;
         if (word == "and")
             word = lowerCased(firstWord(after));
-        if (std::ranges::find(outcomeWords, word) != outcomeWords.end())
-            return {.action = std::string(trimmed(sentence.substr(0, at))), .result = std::string(after)};
+        if (contains(outcomeWords, word))
+            return {.action = std::string(trimmed(sentence.substr(0, at))), .result = asSentence(after)};
     }
     for (const std::string_view separator :
          {" resulting in ", " which ", " cutting ", " reducing ", " increasing ", " saving ", " improving "}) {
         if (const auto at = sentence.find(separator); at != std::string_view::npos) {
             return {.action = std::string(trimmed(sentence.substr(0, at))),
-                    .result = std::string(trimmed(sentence.substr(at)))};
+                    .result = asSentence(trimmed(sentence.substr(at)))};
         }
     }
     return {.action = std::string(sentence), .result = {}};

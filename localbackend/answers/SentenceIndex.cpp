@@ -58,7 +58,9 @@ std::vector<SentenceIndex::Hit> SentenceIndex::find(const std::vector<std::strin
         if (hit.score > 0)
             hits.push_back(hit);
     }
-    std::ranges::stable_sort(hits, std::greater{}, &Hit::score);
+    std::ranges::sort(hits, [](const Hit& a, const Hit& b) {
+        return a.score != b.score ? a.score > b.score : a.sentence < b.sentence;
+    });
     return hits;
 }
 

@@ -13,17 +13,18 @@ constexpr std::size_t longestSentence = 400;
 constexpr std::size_t mostSentences = 2000;
 
 constexpr auto stopWords = std::to_array<std::string_view>(
-    {"a",       "about", "all",    "also",      "am",       "an",      "and",   "any",     "are",     "as",
-     "at",      "be",    "been",   "but",       "by",       "can",     "could", "did",     "do",      "does",
-     "dont",    "for",   "from",   "get",       "give",     "had",     "has",   "have",    "how",     "i",
-     "id",      "if",    "ill",    "im",        "in",       "into",    "is",    "it",      "its",     "ive",
-     "just",    "know",  "like",   "me",        "more",     "most",    "my",    "now",     "of",      "okay",
-     "on",      "one",   "or",     "our",       "out",      "please",  "say",   "see",     "so",      "some",
-     "tell",    "than",  "that",   "the",       "their",    "them",    "then",  "there",   "they",    "this",
-     "time",    "to",    "us",     "very",      "was",      "we",      "well",  "were",    "what",    "when",
-     "where",   "which", "who",    "why",       "will",     "with",    "would", "you",     "your",    "youve",
-     "ever",    "thing", "things", "something", "describe", "explain", "walk",  "through", "example", "difference",
-     "between", "make",  "sure",   "work",      "worked",   "working", "use",   "used",    "using",   "happens",
+    {"a",       "about", "all",    "also",       "am",       "an",      "and",    "any",     "are",     "as",
+     "at",      "be",    "been",   "but",        "by",       "can",     "could",  "did",     "do",      "does",
+     "dont",    "for",   "from",   "get",        "give",     "had",     "has",    "have",    "how",     "i",
+     "id",      "if",    "ill",    "im",         "in",       "into",    "is",     "it",      "its",     "ive",
+     "just",    "know",  "like",   "me",         "more",     "most",    "my",     "now",     "of",      "okay",
+     "on",      "one",   "or",     "our",        "out",      "please",  "say",    "see",     "so",      "some",
+     "tell",    "than",  "that",   "the",        "their",    "them",    "then",   "there",   "they",    "this",
+     "time",    "to",    "us",     "very",       "was",      "we",      "well",   "were",    "what",    "when",
+     "where",   "which", "who",    "why",        "will",     "with",    "would",  "you",     "your",    "youve",
+     "ever",    "thing", "things", "experience", "much",     "many",    "enough", "really",  "think",   "never",
+     "mean",    "doing", "today",  "something",  "describe", "explain", "walk",   "through", "example", "difference",
+     "between", "make",  "sure",   "work",       "worked",   "working", "use",    "used",    "using",   "happens",
      "up",      "not",   "no",     "such"});
 
 bool isWordByte(char c)
