@@ -12,12 +12,20 @@ OneTimeCodes::OneTimeCodes(Clock clock, CodeSource newCode)
 {
 }
 
+void OneTimeCodes::forgetOldRequests(Entry& entry, SteadyTime now)
+{
+    while (!entry.requests.empty() && entry.requests.front() + lifetime <= now)
+        entry.requests.pop_front();
+}
+
 void OneTimeCodes::forgetExpired(SteadyTime now)
 {
-    for (auto& [email, entry] : m_entries) {
-        while (!entry.requests.empty() && entry.requests.front() + lifetime <= now)
-            entry.requests.pop_front();
-    }
+    // Looking through all addresses at every request would let a flood of requests slow everybody down.
+    if (now < m_nextSweep)
+        return;
+    m_nextSweep = now + sweepInterval;
+    for (auto& [email, entry] : m_entries)
+        forgetOldRequests(entry, now);
     std::erase_if(m_entries, [](const auto& item) { return item.second.requests.empty(); });
 }
 
@@ -26,6 +34,8 @@ Result<std::string> OneTimeCodes::issue(const std::string& email)
     const SteadyTime now = m_clock.steady();
     forgetExpired(now);
     const auto known = m_entries.find(email);
+    if (known != m_entries.end())
+        forgetOldRequests(known->second, now);
     if (known == m_entries.end() && m_entries.size() >= mostAddresses)
         return failed(Fault::TooMany, "Too many sign-ins are under way. Try again in ten minutes.");
     if (known != m_entries.end() && known->second.requests.size() >= mostRequests)

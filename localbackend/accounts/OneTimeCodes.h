@@ -40,11 +40,15 @@ private:
         std::deque<SteadyTime> requests;
     };
 
+    static constexpr std::chrono::seconds sweepInterval{10};
+
+    static void forgetOldRequests(Entry& entry, SteadyTime now);
     void forgetExpired(SteadyTime now);
 
     Clock m_clock;
     CodeSource m_newCode;
     std::map<std::string, Entry> m_entries;
+    SteadyTime m_nextSweep;
 };
 
 } // namespace quorvel::localbackend

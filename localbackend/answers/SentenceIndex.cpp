@@ -58,8 +58,8 @@ std::vector<SentenceIndex::Hit> SentenceIndex::find(const std::vector<std::strin
         if (hit.score > 0)
             hits.push_back(hit);
     }
-    std::ranges::sort(hits, [](const Hit& a, const Hit& b) {
-        return a.score != b.score ? a.score > b.score : a.sentence < b.sentence;
+    std::ranges::sort(hits, [](const Hit& left, const Hit& right) {
+        return left.score != right.score ? left.score > right.score : left.sentence < right.sentence;
     });
     return hits;
 }
