@@ -14,16 +14,15 @@ qint64 weight(const WebSocketMessage& message)
 
 } // namespace
 
-std::optional<Task<Result<>>> SendQueue::push(WebSocketMessage message)
+std::shared_ptr<Promise<>> SendQueue::push(WebSocketMessage message)
 {
     if (m_bytes + message.data.size() > m_capacity) {
-        return std::nullopt;
+        return nullptr;
     }
     m_bytes += message.data.size();
-    auto left = std::make_unique<Promise<>>();
-    Task<Result<>> task = left->result();
-    m_messages.push_back({.message = std::move(message), .left = std::move(left)});
-    return task;
+    const auto left = std::make_shared<Promise<>>();
+    m_messages.push_back({.message = std::move(message), .left = left});
+    return left;
 }
 
 bool SendQueue::startFront()
@@ -36,7 +35,7 @@ void SendQueue::frontLeft()
 {
     m_isLeaving = false;
     m_bytes -= m_messages.front().message.data.size();
-    const std::unique_ptr<Promise<>> left = std::move(m_messages.front().left);
+    const std::shared_ptr<Promise<>> left = std::move(m_messages.front().left);
     m_messages.pop_front();
     left->finish({});
 }
@@ -58,10 +57,10 @@ void ReceiveQueue::push(WebSocketMessage message)
 
 Task<Result<WebSocketMessage>> ReceiveQueue::next()
 {
-    m_receiver = std::make_unique<Promise<WebSocketMessage>>();
-    Task<Result<WebSocketMessage>> message = m_receiver->result();
+    const auto receiver = std::make_shared<Promise<WebSocketMessage>>();
+    m_receiver = receiver;
     serve();
-    return message;
+    return receiver->result();
 }
 
 void ReceiveQueue::end(const Failure& why)
@@ -82,12 +81,12 @@ void ReceiveQueue::serve()
         return;
     }
     if (!m_messages.empty()) {
-        const std::unique_ptr<Promise<WebSocketMessage>> receiver = std::move(m_receiver);
+        const std::shared_ptr<Promise<WebSocketMessage>> receiver = std::move(m_receiver);
         m_bytes -= weight(m_messages.front());
         receiver->finish(std::move(m_messages.front()));
         m_messages.pop_front();
     } else if (m_end) {
-        const std::unique_ptr<Promise<WebSocketMessage>> receiver = std::move(m_receiver);
+        const std::shared_ptr<Promise<WebSocketMessage>> receiver = std::move(m_receiver);
         receiver->finish(std::unexpected(*m_end));
     }
 }

@@ -17,8 +17,8 @@ public:
     {
     }
 
-    /// The task that ends when the message has left; none if the queue does not hold as much.
-    [[nodiscard]] std::optional<Task<Result<>>> push(WebSocketMessage message);
+    /// The promise that is kept when the message has left; null if the queue does not hold as much.
+    [[nodiscard]] std::shared_ptr<Promise<>> push(WebSocketMessage message);
 
     /// The front leaves now; it stays where it is until frontLeft().
     [[nodiscard]] bool startFront();
@@ -33,7 +33,7 @@ private:
     struct Outgoing
     {
         WebSocketMessage message;
-        std::unique_ptr<Promise<>> left;
+        std::shared_ptr<Promise<>> left;
     };
 
     qint64 m_capacity;
@@ -68,7 +68,7 @@ private:
     qint64 m_bytes = 0;
     std::deque<WebSocketMessage> m_messages;
     std::optional<Failure> m_end;
-    std::unique_ptr<Promise<WebSocketMessage>> m_receiver;
+    std::shared_ptr<Promise<WebSocketMessage>> m_receiver;
 };
 
 } // namespace quorvel::platform

@@ -200,10 +200,11 @@ void WebSocketConnection::handshakeDone(ErrorCode error)
 Task<Result<>> WebSocketConnection::send(WebSocketMessage message)
 {
     if (!m_end) {
-        if (std::optional<Task<Result<>>> sending = m_outgoing.push(std::move(message))) {
+        if (const std::shared_ptr<Promise<>> left = m_outgoing.push(std::move(message))) {
             writeNext();
             pollContext();
-            return std::move(*sending);
+            // Mostly kept already; waiting for it then takes no turn of the event loop.
+            return left->result();
         }
         fail(u"The connection is too slow: 30 seconds of sound are waiting to be sent."_s);
     }

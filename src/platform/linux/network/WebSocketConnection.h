@@ -89,7 +89,7 @@ private:
 
     // In this order: the stream works on the socket and the context, and the context holds completions that must never
     // run once the stream is gone.
-    boost::asio::io_context m_context;
+    boost::asio::io_context m_context{1}; ///< for one thread only
     bool m_isPolling = false;
     std::unique_ptr<QTcpSocket> m_socket;
     boost::beast::websocket::response_type m_response;
