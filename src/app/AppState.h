@@ -130,7 +130,7 @@ public:
     [[nodiscard]] Task<> startScreenShare(std::optional<CaptureSource> source);
     [[nodiscard]] Task<> stopScreenShare();
     void toggleOverlay() override;
-    void saveOverlaySettings() override;
+    Q_INVOKABLE void saveOverlaySettings() override;
     void openScreenRecordingSettings();
 
     // OverlayHost.

@@ -22,7 +22,7 @@ struct OverlayInput
 
 /// What the overlay shows, as its view binds to it. Its owner updates it whenever an input changes; it has no timer.
 /// Main thread.
-class OverlayViewState final : public QObject
+class OverlayViewState : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString overlayText READ overlayText NOTIFY changed)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppState.h"
+#include "overlay/OverlaySettings.h"
 #include "suggestions/SuggestionEngine.h"
 #include "transcript/TranscriptStore.h"
 
@@ -15,6 +16,13 @@ struct AppStateType
     QML_FOREIGN(quorvel::AppState)
     QML_NAMED_ELEMENT(AppState)
     QML_UNCREATABLE("The application makes its one state itself.")
+};
+
+struct OverlaySettingsType
+{
+    Q_GADGET
+    QML_FOREIGN(quorvel::OverlaySettings)
+    QML_VALUE_TYPE(overlaySettings)
 };
 
 struct TranscriptStoreType

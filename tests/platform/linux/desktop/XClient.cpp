@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <iterator>
 #include <span>
 
@@ -105,25 +104,29 @@ xcb_window_t XClient::focus() const
     return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
-std::uint32_t XClient::pixel(QPoint position) const
+QImage XClient::image(QRect area) const
 {
     const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
         m_connection,
-        xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, static_cast<std::int16_t>(position.x()),
-                      static_cast<std::int16_t>(position.y()), 1, 1, ~0U),
+        xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, static_cast<std::int16_t>(area.x()),
+                      static_cast<std::int16_t>(area.y()), static_cast<std::uint16_t>(area.width()),
+                      static_cast<std::uint16_t>(area.height()), ~0U),
         nullptr));
-    std::uint32_t value = 0;
-    if (reply) {
-        std::memcpy(&value, xcb_get_image_data(reply.get()), sizeof value);
+    if (!reply) {
+        return {};
     }
-    return value & 0xFFFFFFU;
+    return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), QImage::Format_RGB32).copy();
 }
 
-xcb_window_t XClient::makeWindow(QRect geometry, WindowKind kind) const
+std::uint32_t XClient::pixel(QPoint position) const
+{
+    return image(QRect(position, QSize(1, 1))).pixel(0, 0) & 0xFFFFFFU;
+}
+
+xcb_window_t XClient::makeWindow(QRect geometry, WindowKind kind, std::uint32_t colour) const
 {
     const xcb_window_t window = xcb_generate_id(m_connection);
-    const std::array<std::uint32_t, 2> values{m_screen->white_pixel,
-                                              XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_KEY_PRESS};
+    const std::array<std::uint32_t, 2> values{colour, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_KEY_PRESS};
     xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_screen->root,
                       static_cast<std::int16_t>(geometry.x()), static_cast<std::int16_t>(geometry.y()),
                       static_cast<std::uint16_t>(geometry.width()), static_cast<std::uint16_t>(geometry.height()), 0,

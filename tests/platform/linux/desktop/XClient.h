@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
 #include <QList>
 #include <QRect>
 
@@ -40,11 +41,14 @@ public:
     [[nodiscard]] bool isAbove(xcb_window_t upper, xcb_window_t lower) const;
     [[nodiscard]] xcb_window_t focus() const;
     [[nodiscard]] xcb_window_t rootWindow() const { return m_screen->root; }
-    /// The colour that the screen shows, 0xRRGGBB.
+    /// What the screen shows, in pixels of the root window.
+    [[nodiscard]] QImage image(QRect area) const;
+    /// The colour at one place, 0xRRGGBB.
     [[nodiscard]] std::uint32_t pixel(QPoint position) const;
 
     /// A mapped window that counts the presses of buttons and keys that it gets.
-    [[nodiscard]] xcb_window_t makeWindow(QRect geometry, WindowKind kind = WindowKind::normal) const;
+    [[nodiscard]] xcb_window_t makeWindow(QRect geometry, WindowKind kind = WindowKind::normal,
+                                          std::uint32_t colour = 0xFFFFFFU) const;
     /// Asks the window manager to activate it, as a pager does.
     void activate(xcb_window_t window) const;
     void showDesktop(std::uint32_t number) const;
