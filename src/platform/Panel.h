@@ -25,7 +25,8 @@ public:
 };
 
 /// What a panel shows: a QML component and the values of its required properties. Beside these the component requires a
-/// property `bool isTranslucent`, which the panel provides: false while the desktop does not blend windows.
+/// property `bool isTranslucent`, which the panel provides: false while the desktop does not blend windows. It may have
+/// a `real cornerRadius`, in points, which a desktop that blurs what shines through keeps to.
 struct PanelContent
 {
     QUrl component;

@@ -25,6 +25,29 @@ namespace quorvel::platform {
 namespace {
 
 constexpr auto translucencyProperty = "isTranslucent";
+constexpr auto cornerRadiusProperty = "cornerRadius";
+
+/// The rectangles, in pixels, that fill a rounded one: x, y, width and height of each in turn.
+std::vector<std::uint32_t> roundedRegion(QSize size, int radius)
+{
+    QRegion region(0, 0, size.width(), size.height());
+    if (radius > 0) {
+        const int diameter = 2 * radius;
+        const QRegion circle(0, 0, diameter, diameter, QRegion::Ellipse);
+        const int right = size.width() - diameter;
+        const int bottom = size.height() - diameter;
+        region = QRegion(radius, 0, size.width() - diameter, size.height()) +
+                 QRegion(0, radius, size.width(), size.height() - diameter) + circle + circle.translated(right, 0) +
+                 circle.translated(0, bottom) + circle.translated(right, bottom);
+    }
+    std::vector<std::uint32_t> values;
+    for (const QRect& rectangle : region) {
+        for (const int value : {rectangle.x(), rectangle.y(), rectangle.width(), rectangle.height()}) {
+            values.push_back(static_cast<std::uint32_t>(value));
+        }
+    }
+    return values;
+}
 
 /// A frame as the window system takes it, kept from leaving the display at the top.
 QRect windowGeometry(const QRectF& frame)
@@ -58,11 +81,16 @@ public:
         m_window.setSource(content.component);
         m_window.create();
         describeWindow();
+        askForFrost();
     }
 
     [[nodiscard]] bool isUsable() const { return m_window.status() == QQuickView::Ready; }
 
-    void setFrame(const QRectF& frame) override { m_window.setGeometry(windowGeometry(frame)); }
+    void setFrame(const QRectF& frame) override
+    {
+        m_window.setGeometry(windowGeometry(frame));
+        askForFrost();
+    }
 
     void setAlpha(double alpha) override { m_window.setOpacity(alpha); }
 
@@ -108,7 +136,23 @@ private:
     {
         if (QQuickItem* const root = m_window.rootObject()) {
             root->setProperty(translucencyProperty, m_compositor.isRunning());
+            askForFrost();
         }
+    }
+
+    /// Compositors that can blur what lies behind the card, as long as it has its round corners.
+    void askForFrost() const
+    {
+        xcb_connection_t* const connection = x11::connection();
+        const QQuickItem* const root = m_window.rootObject();
+        if (connection == nullptr || root == nullptr) {
+            return;
+        }
+        const double scale = m_window.devicePixelRatio();
+        const int radius = qRound(root->property(cornerRadiusProperty).toReal() * scale);
+        x11::setProperty(connection, static_cast<xcb_window_t>(m_window.winId()), "_KDE_NET_WM_BLUR_BEHIND_REGION",
+                         XCB_ATOM_CARDINAL, roundedRegion(m_window.size() * scale, radius));
+        xcb_flush(connection);
     }
 
     QQuickView m_window;

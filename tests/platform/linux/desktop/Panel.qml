@@ -4,5 +4,7 @@ Rectangle {
     required property color fill
     required property bool isTranslucent
 
+    readonly property real cornerRadius: 14
+
     color: isTranslucent ? fill : "#00ff00"
 }

@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QRegion>
 #include <QScreen>
 #include <QTest>
 
@@ -251,6 +252,48 @@ private Q_SLOTS:
         QTRY_COMPARE(m_client->pixel(centre), 0x00FF00U);
         QCOMPARE(compositor(u"start"_s), 0);
         QTRY_COMPARE(m_client->pixel(centre), 0xFF0000U);
+    }
+
+    void frostCoversTheRoundedCard()
+    {
+        const std::unique_ptr<Panel> panel = makePanel(QRectF(40, 300, 600, 100));
+        panel->setFrame(QRectF(40, 300, 500, 80));
+        const std::vector<std::uint32_t> values = m_client->property(panelWindow(), "_KDE_NET_WM_BLUR_BEHIND_REGION");
+        QRegion region;
+        for (std::size_t at = 0; at + 3 < values.size(); at += 4) {
+            region += QRect(static_cast<int>(values[at]), static_cast<int>(values[at + 1]),
+                            static_cast<int>(values[at + 2]), static_cast<int>(values[at + 3]));
+        }
+        const QSize size = QSize(500, 80) * QGuiApplication::primaryScreen()->devicePixelRatio();
+        QCOMPARE(region.boundingRect(), QRect(QPoint(0, 0), size));
+        QVERIFY(region.contains(QPoint(size.width() / 2, 0)));
+        QVERIFY(region.contains(QPoint(0, size.height() / 2)));
+        for (const QPoint corner : {QPoint(0, 0), QPoint(size.width() - 1, 0), QPoint(0, size.height() - 1),
+                                    QPoint(size.width() - 1, size.height() - 1)}) {
+            QVERIFY(!region.contains(corner));
+        }
+    }
+
+    void screenChangesAreTold()
+    {
+        DesktopScreens screens;
+        int changes = 0;
+        screens.setChangeHandler([&changes] { ++changes; });
+        const QSize before = screenPixels();
+        const auto resize = [](const QStringList& arguments) { return QProcess::execute(u"xrandr"_s, arguments); };
+        QCOMPARE(resize({u"--newmode"_s, u"small"_s, u"40"_s, u"1024"_s, u"1100"_s, u"1200"_s, u"1300"_s, u"700"_s,
+                         u"710"_s, u"720"_s, u"730"_s}),
+                 0);
+        QCOMPARE(resize({u"--addmode"_s, u"screen"_s, u"small"_s}), 0);
+        QCOMPARE(resize({u"--output"_s, u"screen"_s, u"--mode"_s, u"small"_s}), 0);
+        QTRY_COMPARE(screenPixels(), QSize(1024, 700));
+        QTRY_VERIFY(changes > 0);
+        const double scale = QGuiApplication::primaryScreen()->devicePixelRatio();
+        QTRY_COMPARE(screens.mainScreenVisibleFrame().value_or(QRectF()).width() * scale, 1024);
+
+        QCOMPARE(resize({u"--output"_s, u"screen"_s, u"--mode"_s, u"%1x%2"_s.arg(before.width()).arg(before.height())}),
+                 0);
+        QTRY_COMPARE(screenPixels(), before);
     }
 
     void brokenContentMakesNoPanel()
