@@ -40,27 +40,54 @@ std::uint64_t sumOfSquaresPlain(const std::byte* pcm16, std::size_t count)
 
 #if defined(__x86_64__)
 
-// The comparisons compile to the minimum and maximum instructions, whose second operand wins when the first is NaN.
-// That is the rule for NaN, and it makes both branches of the rule one product.
+using Samples8 = short __attribute__((vector_size(16)));
+using Samples16 = short __attribute__((vector_size(32)));
+
+constexpr short lowest = -32767;
+
+// One instruction; the compilers have different names for it, and make two of a comparison.
+[[gnu::always_inline]] inline Samples8 larger(Samples8 left, Samples8 right)
+{
+#if defined(__clang__)
+    return __builtin_elementwise_max(left, right);
+#else
+    return __builtin_ia32_pmaxsw128(left, right);
+#endif
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] inline Samples16 larger(Samples16 left, Samples16 right)
+{
+#if defined(__clang__)
+    return __builtin_elementwise_max(left, right);
+#else
+    return __builtin_ia32_pmaxsw256(left, right);
+#endif
+}
+
+// The rule in as few instructions as it takes. The second operand of the minimum wins when the first is NaN, which is
+// what the rule wants of NaN. What lies below -1 is left to the conversions, which saturate at -32768, and then raised
+// to -32767.
 
 [[gnu::always_inline]] inline __m128i scaledToIntegers(const std::byte* samples)
 {
-    const __m128 one = _mm_set1_ps(1.0F);
-    const __m128 minusOne = _mm_set1_ps(-1.0F);
     const __m128 value = _mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(samples)));
-    const __m128 below = value < one ? value : one;
-    const __m128 within = below > minusOne ? below : minusOne;
-    return _mm_cvttps_epi32(within * _mm_set1_ps(fullScale));
+    return _mm_cvttps_epi32(__builtin_ia32_minps(value, _mm_set1_ps(1.0F)) * _mm_set1_ps(fullScale));
+}
+
+[[gnu::always_inline]] inline void convertEightSse2(const std::byte* samples, std::byte* pcm16)
+{
+    const __m128i packed = _mm_packs_epi32(scaledToIntegers(samples), scaledToIntegers(samples + sizeof(__m128)));
+    const Samples8 raised = larger(reinterpret_cast<Samples8>(packed), Samples8{} + lowest);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(pcm16), reinterpret_cast<__m128i>(raised));
 }
 
 void floatToPcm16Sse2(const std::byte* samples, std::size_t count, std::byte* pcm16)
 {
-    constexpr std::size_t step = 8;
+    constexpr std::size_t step = 16;
     const std::size_t whole = count - count % step;
     for (std::size_t index = 0; index < whole; index += step) {
-        const std::byte* source = samples + index * sizeof(float);
-        const __m128i packed = _mm_packs_epi32(scaledToIntegers(source), scaledToIntegers(source + sizeof(__m128)));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pcm16 + 2 * index), packed);
+        convertEightSse2(samples + index * sizeof(float), pcm16 + 2 * index);
+        convertEightSse2(samples + (index + 8) * sizeof(float), pcm16 + 2 * (index + 8));
     }
     floatToPcm16Plain(samples + whole * sizeof(float), count - whole, pcm16 + 2 * whole);
 }
@@ -87,25 +114,27 @@ std::uint64_t sumOfSquaresSse2(const std::byte* pcm16, std::size_t count)
 
 [[gnu::target("avx2"), gnu::always_inline]] inline __m256i scaledToIntegersAvx2(const std::byte* samples)
 {
-    const __m256 one = _mm256_set1_ps(1.0F);
-    const __m256 minusOne = _mm256_set1_ps(-1.0F);
     const __m256 value = _mm256_castsi256_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(samples)));
-    const __m256 below = value < one ? value : one;
-    const __m256 within = below > minusOne ? below : minusOne;
-    return _mm256_cvttps_epi32(within * _mm256_set1_ps(fullScale));
+    return _mm256_cvttps_epi32(__builtin_ia32_minps256(value, _mm256_set1_ps(1.0F)) * _mm256_set1_ps(fullScale));
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] inline void convertSixteenAvx2(const std::byte* samples, std::byte* pcm16)
+{
+    constexpr int quartersInOrder = 0b11'01'10'00; // packing works within each 128-bit half
+    const __m256i packed =
+        _mm256_packs_epi32(scaledToIntegersAvx2(samples), scaledToIntegersAvx2(samples + sizeof(__m256)));
+    const Samples16 raised = larger(reinterpret_cast<Samples16>(packed), Samples16{} + lowest);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(pcm16),
+                        _mm256_permute4x64_epi64(reinterpret_cast<__m256i>(raised), quartersInOrder));
 }
 
 [[gnu::target("avx2")]] void floatToPcm16Avx2(const std::byte* samples, std::size_t count, std::byte* pcm16)
 {
-    constexpr std::size_t step = 16;
-    constexpr int quartersInOrder = 0b11'01'10'00; // packing works within each 128-bit half
+    constexpr std::size_t step = 32;
     const std::size_t whole = count - count % step;
     for (std::size_t index = 0; index < whole; index += step) {
-        const std::byte* source = samples + index * sizeof(float);
-        const __m256i packed =
-            _mm256_packs_epi32(scaledToIntegersAvx2(source), scaledToIntegersAvx2(source + sizeof(__m256)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pcm16 + 2 * index),
-                            _mm256_permute4x64_epi64(packed, quartersInOrder));
+        convertSixteenAvx2(samples + index * sizeof(float), pcm16 + 2 * index);
+        convertSixteenAvx2(samples + (index + 16) * sizeof(float), pcm16 + 2 * (index + 16));
     }
     floatToPcm16Plain(samples + whole * sizeof(float), count - whole, pcm16 + 2 * whole);
 }
