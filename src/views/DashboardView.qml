@@ -61,6 +61,10 @@ Item {
                         Layout.fillWidth: true
                         engine: dashboard.appState.suggestionEngine
                     }
+                    OverlayPreviewView {
+                        Layout.fillWidth: true
+                        appState: dashboard.appState
+                    }
                     MockTranscriptPanel {
                         Layout.fillWidth: true
                         appState: dashboard.appState

@@ -230,4 +230,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(AccountsTest)
-#include "tst_accounts.moc"
+#include "AccountsTest.moc"

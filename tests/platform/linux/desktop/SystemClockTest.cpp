@@ -23,7 +23,7 @@ Task<> sleepInto(std::shared_ptr<platform::Clock> clock, std::chrono::millisecon
 
 } // namespace
 
-class TestSystemClock final : public QObject
+class SystemClockTest final : public QObject
 {
     Q_OBJECT
 
@@ -91,5 +91,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestSystemClock)
-#include "tst_systemclock.moc"
+QTEST_GUILESS_MAIN(quorvel::test::SystemClockTest)
+#include "SystemClockTest.moc"

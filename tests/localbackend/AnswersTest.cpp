@@ -196,4 +196,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(AnswersTest)
-#include "tst_answers.moc"
+#include "AnswersTest.moc"

@@ -57,7 +57,7 @@ QQuickItem* findText(QQuickItem* item)
 
 } // namespace
 
-class TestOverlayView final : public QObject
+class OverlayViewTest final : public QObject
 {
     Q_OBJECT
 
@@ -166,5 +166,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_MAIN(quorvel::test::TestOverlayView)
-#include "tst_overlayview.moc"
+QTEST_MAIN(quorvel::test::OverlayViewTest)
+#include "OverlayViewTest.moc"

@@ -270,4 +270,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(RealtimeTest)
-#include "tst_realtime.moc"
+#include "RealtimeTest.moc"

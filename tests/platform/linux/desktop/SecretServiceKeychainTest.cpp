@@ -34,7 +34,7 @@ Task<> unlockAndTell(SecretServiceKeychain& keychain, bool& hasEnded)
 
 } // namespace
 
-class TestSecretServiceKeychain final : public QObject
+class SecretServiceKeychainTest final : public QObject
 {
     Q_OBJECT
 
@@ -251,5 +251,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestSecretServiceKeychain)
-#include "tst_secretservicekeychain.moc"
+QTEST_GUILESS_MAIN(quorvel::test::SecretServiceKeychainTest)
+#include "SecretServiceKeychainTest.moc"

@@ -23,7 +23,7 @@ using platform::DesktopScreens;
 using platform::Panel;
 using platform::PanelConfiguration;
 
-class TestDesktopPanels final : public QObject
+class DesktopPanelsTest final : public QObject
 {
     Q_OBJECT
 
@@ -308,5 +308,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_MAIN(quorvel::test::TestDesktopPanels)
-#include "tst_desktoppanels.moc"
+QTEST_MAIN(quorvel::test::DesktopPanelsTest)
+#include "DesktopPanelsTest.moc"

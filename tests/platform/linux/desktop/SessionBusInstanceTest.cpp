@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace quorvel::test {
 
-class TestSessionBusInstance final : public QObject
+class SessionBusInstanceTest final : public QObject
 {
     Q_OBJECT
 
@@ -194,5 +194,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_MAIN(quorvel::test::TestSessionBusInstance)
-#include "tst_sessionbusinstance.moc"
+QTEST_MAIN(quorvel::test::SessionBusInstanceTest)
+#include "SessionBusInstanceTest.moc"

@@ -58,7 +58,7 @@ constexpr std::uint64_t commandShift = KeyDownEvent::commandFlag | KeyDownEvent:
 
 } // namespace
 
-class TestOverlayWindowController final : public QObject
+class OverlayWindowControllerTest final : public QObject
 {
     Q_OBJECT
 
@@ -227,5 +227,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestOverlayWindowController)
-#include "tst_overlaywindowcontroller.moc"
+QTEST_GUILESS_MAIN(quorvel::test::OverlayWindowControllerTest)
+#include "OverlayWindowControllerTest.moc"

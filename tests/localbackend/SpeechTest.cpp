@@ -366,4 +366,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(SpeechTest)
-#include "tst_speech.moc"
+#include "SpeechTest.moc"

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 namespace quorvel::test {
 
-class TestOverlayViewState final : public QObject
+class OverlayViewStateTest final : public QObject
 {
     Q_OBJECT
 
@@ -87,5 +87,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestOverlayViewState)
-#include "tst_overlayviewstate.moc"
+QTEST_GUILESS_MAIN(quorvel::test::OverlayViewStateTest)
+#include "OverlayViewStateTest.moc"

@@ -113,4 +113,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(OptionsTest)
-#include "tst_options.moc"
+#include "OptionsTest.moc"

@@ -338,4 +338,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(HttpTest)
-#include "tst_http.moc"
+#include "HttpTest.moc"

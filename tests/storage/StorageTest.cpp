@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace quorvel::test {
 
-class TestStorage final : public QObject
+class StorageTest final : public QObject
 {
     Q_OBJECT
 
@@ -121,5 +121,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestStorage)
-#include "tst_storage.moc"
+QTEST_GUILESS_MAIN(quorvel::test::StorageTest)
+#include "StorageTest.moc"

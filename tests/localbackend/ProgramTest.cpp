@@ -124,4 +124,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(ProgramTest)
-#include "tst_program.moc"
+#include "ProgramTest.moc"

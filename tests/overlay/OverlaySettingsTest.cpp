@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace quorvel::test {
 
-class TestOverlaySettings final : public QObject
+class OverlaySettingsTest final : public QObject
 {
     Q_OBJECT
 
@@ -102,5 +102,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestOverlaySettings)
-#include "tst_overlaysettings.moc"
+QTEST_GUILESS_MAIN(quorvel::test::OverlaySettingsTest)
+#include "OverlaySettingsTest.moc"

@@ -261,4 +261,4 @@ private Q_SLOTS:
 };
 
 QTEST_APPLESS_MAIN(ProfileTest)
-#include "tst_profile.moc"
+#include "ProfileTest.moc"

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace quorvel::test {
 
-class TestDesktopWorkspace final : public QObject
+class DesktopWorkspaceTest final : public QObject
 {
     Q_OBJECT
 
@@ -94,5 +94,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_MAIN(quorvel::test::TestDesktopWorkspace)
-#include "tst_desktopworkspace.moc"
+QTEST_MAIN(quorvel::test::DesktopWorkspaceTest)
+#include "DesktopWorkspaceTest.moc"

@@ -43,7 +43,7 @@ protected:
 
 } // namespace
 
-class TestDesktopKeyMonitors final : public QObject
+class DesktopKeyMonitorsTest final : public QObject
 {
     Q_OBJECT
 
@@ -250,5 +250,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_MAIN(quorvel::test::TestDesktopKeyMonitors)
-#include "tst_desktopkeymonitors.moc"
+QTEST_MAIN(quorvel::test::DesktopKeyMonitorsTest)
+#include "DesktopKeyMonitorsTest.moc"

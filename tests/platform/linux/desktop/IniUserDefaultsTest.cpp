@@ -78,7 +78,7 @@ QByteArray everyByte()
 
 } // namespace
 
-class TestIniUserDefaults final : public QObject
+class IniUserDefaultsTest final : public QObject
 {
     Q_OBJECT
 
@@ -325,5 +325,5 @@ private Q_SLOTS:
 
 } // namespace quorvel::test
 
-QTEST_GUILESS_MAIN(quorvel::test::TestIniUserDefaults)
-#include "tst_iniuserdefaults.moc"
+QTEST_GUILESS_MAIN(quorvel::test::IniUserDefaultsTest)
+#include "IniUserDefaultsTest.moc"
