@@ -104,6 +104,14 @@ WebSocketConnection::WebSocketConnection(QUrl url, std::weak_ptr<WebSocketDelega
     });
 }
 
+WebSocketConnection::~WebSocketConnection()
+{
+    // An open socket tells of its end while it is destroyed.
+    if (m_socket) {
+        m_socket->disconnect(this);
+    }
+}
+
 void WebSocketConnection::resume()
 {
     const std::shared_ptr<RunningConnections> running = m_running.lock();
@@ -279,7 +287,10 @@ void WebSocketConnection::writeDone(ErrorCode error)
 
 void WebSocketConnection::ping()
 {
-    m_stream->async_ping({}, [](ErrorCode) {});
+    if (std::exchange(m_isPinging, true)) {
+        return;
+    }
+    m_stream->async_ping({}, [this](ErrorCode) { m_isPinging = false; });
     pollContext();
 }
 

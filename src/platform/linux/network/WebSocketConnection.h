@@ -35,6 +35,11 @@ public:
                                                                      std::weak_ptr<WebSocketDelegate> delegate,
                                                                      NetworkLimits limits,
                                                                      std::weak_ptr<RunningConnections> running);
+    ~WebSocketConnection() override;
+    WebSocketConnection(const WebSocketConnection&) = delete;
+    WebSocketConnection(WebSocketConnection&&) = delete;
+    WebSocketConnection& operator=(const WebSocketConnection&) = delete;
+    WebSocketConnection& operator=(WebSocketConnection&&) = delete;
 
     void resume() override;
     [[nodiscard]] Task<Result<>> send(WebSocketMessage message) override;
@@ -91,6 +96,7 @@ private:
     // run once the stream is gone.
     boost::asio::io_context m_context{1}; ///< for one thread only
     bool m_isPolling = false;
+    bool m_isPinging = false; ///< a ping waits to leave
     std::unique_ptr<QTcpSocket> m_socket;
     boost::beast::websocket::response_type m_response;
     boost::beast::flat_buffer m_received;

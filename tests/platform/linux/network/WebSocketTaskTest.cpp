@@ -191,6 +191,18 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return open.peer->isGone; }));
     }
 
+    /// Both have said goodbye, but the server has not closed yet.
+    void theSessionGoesWhileAConnectionCloses()
+    {
+        Open open;
+        QVERIFY(open.isOpen);
+        open.peer->write(serverFrame(0x88, closePayload(1000)));
+        QVERIFY(waitUntil([&] { return open.delegate->events.size() == 2; }));
+        open.session.reset();
+        open.task.reset();
+        QVERIFY(waitUntil([&] { return open.peer->isGone; }));
+    }
+
     void cancelDoesNotWaitForAServerThatKeepsSilent()
     {
         Open open({.closingTime = 20ms});
