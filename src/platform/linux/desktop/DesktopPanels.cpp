@@ -105,6 +105,7 @@ public:
     void orderFrontRegardless() override
     {
         m_window.show();
+        describeWindow();
         m_window.raise();
     }
 
@@ -112,7 +113,7 @@ public:
 
 private:
     /// Tells compositors, pagers and screen readers what kind of window this is. The toolkit overwrites it with its
-    /// flags.
+    /// flags whenever they change and when the window is shown.
     void describeWindow() const
     {
         xcb_connection_t* const connection = x11::connection();
