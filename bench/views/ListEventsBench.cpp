@@ -1,6 +1,6 @@
 // What one event costs when the lists are full and shown: 200 turns of the transcript, 60 suggestions. Each iteration
-// takes one event in and paints the frame that follows from it (polish, synchronise, render in software). The alternative
-// beside it is a model that is reset at each change, as a view over plain arrays would do it.
+// takes one event in and paints the frame that follows from it (polish, synchronise, render in software). The
+// alternative beside it is a model that is reset at each change, as a view over plain arrays would do it.
 
 #include "platform/linux/desktop/SystemClock.h"
 #include "suggestions/SuggestionEngine.h"

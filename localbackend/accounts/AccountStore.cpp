@@ -30,12 +30,13 @@ Result<AccountStore> AccountStore::open(const std::filesystem::path& directory, 
 
 Result<void> AccountStore::load()
 {
-    const auto text = readStateFile(m_file);
+    const auto read = readStateFile(m_file);
+    if (!read)
+        return std::unexpected(read.error());
+    const auto& text = *read;
     if (!text)
-        return std::unexpected(text.error());
-    if (!*text)
         return {};
-    auto accounts = parseAccounts(**text);
+    auto accounts = parseAccounts(*text);
     if (!accounts)
         return failed(Fault::Unavailable,
                       "The accounts file " + m_file.string() + " is damaged: " + accounts.error().sentence);

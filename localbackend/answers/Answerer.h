@@ -30,7 +30,9 @@ class BriefedAnswerer
 public:
     BriefedAnswerer() = default;
     BriefedAnswerer(const BriefedAnswerer&) = delete;
+    BriefedAnswerer(BriefedAnswerer&&) = delete;
     BriefedAnswerer& operator=(const BriefedAnswerer&) = delete;
+    BriefedAnswerer& operator=(BriefedAnswerer&&) = delete;
     virtual ~BriefedAnswerer() = default;
 
     /// What to say to the utterance. The earlier text is what the other party said just before it, possibly empty: a
@@ -44,7 +46,9 @@ class Answerer
 public:
     Answerer() = default;
     Answerer(const Answerer&) = delete;
+    Answerer(Answerer&&) = delete;
     Answerer& operator=(const Answerer&) = delete;
+    Answerer& operator=(Answerer&&) = delete;
     virtual ~Answerer() = default;
 
     [[nodiscard]] virtual std::shared_ptr<const BriefedAnswerer> brief(MeetingContext context) const = 0;

@@ -36,7 +36,7 @@ HttpResponse consentPage(std::string_view state, std::string_view problem)
 {
     std::string page{pageStart};
     if (!problem.empty())
-        page += "<p class=\"problem\" role=\"alert\">" + htmlEscaped(problem) + "</p>\n";
+        page += R"(<p class="problem" role="alert">)" + htmlEscaped(problem) + "</p>\n";
     page +=
         "<form method=\"post\" action=\"/api/auth/google/consent\">\n<input type=\"hidden\" name=\"state\" value=\"" +
         htmlEscaped(state) +

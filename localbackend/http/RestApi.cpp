@@ -35,7 +35,7 @@ bool looksLikeEmail(std::string_view text)
 
 Result<std::string> emailFrom(std::optional<std::string> text)
 {
-    const std::string email = text ? lowerCased(trimmed(*text)) : "";
+    std::string email = text ? lowerCased(trimmed(*text)) : "";
     if (!looksLikeEmail(email))
         return failed(Fault::Invalid, "Enter a valid e-mail address.");
     return email;
@@ -258,7 +258,7 @@ RestApi::Answer RestApi::health(const HttpRequest&)
     return jsonResponse(body);
 }
 
-RestApi::Answer RestApi::me(const HttpRequest& request)
+RestApi::Answer RestApi::me(const HttpRequest& request) const
 {
     const auto user = userOf(bearerToken(request));
     if (!user)

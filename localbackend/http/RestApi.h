@@ -36,9 +36,9 @@ class RestApi
 {
 public:
     /// The accepted size of a resume file, and what its multipart wrapping may add.
-    static constexpr std::uint64_t mostUploadBytes = 10U * 1024 * 1024;
-    static constexpr std::uint64_t multipartOverhead = 16U * 1024;
-    static constexpr std::uint64_t mostJsonBytes = 64U * 1024;
+    static constexpr std::uint64_t mostUploadBytes = std::uint64_t{10} * 1024 * 1024;
+    static constexpr std::uint64_t multipartOverhead = std::uint64_t{16} * 1024;
+    static constexpr std::uint64_t mostJsonBytes = std::uint64_t{64} * 1024;
     /// Uploads that are read at the same time; each holds its file in memory.
     static constexpr int mostExtractions = 4;
 
@@ -69,7 +69,7 @@ private:
 
     [[nodiscard]] static const Route* routeTo(std::string_view path);
     [[nodiscard]] Answer health(const HttpRequest& request);
-    [[nodiscard]] Answer me(const HttpRequest& request);
+    [[nodiscard]] Answer me(const HttpRequest& request) const;
     [[nodiscard]] Answer requestCode(const HttpRequest& request);
     [[nodiscard]] Answer verifyCode(const HttpRequest& request);
     [[nodiscard]] Answer refresh(const HttpRequest& request);

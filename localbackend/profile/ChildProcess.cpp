@@ -99,6 +99,7 @@ Result<ChildOutcome> runChild(std::vector<std::string> command, const std::files
     if (!nothing.isOpen())
         return fault();
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (auto& argument : command)
         arguments.push_back(argument.data());
     arguments.push_back(nullptr);

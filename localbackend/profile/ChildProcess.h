@@ -14,9 +14,9 @@ struct ChildLimits
 {
     std::chrono::milliseconds wallClock{4000};
     unsigned processorSeconds = 3;
-    std::size_t memoryBytes = 512U * 1024 * 1024; ///< address space
-    std::size_t fileBytes = 16U * 1024 * 1024;    ///< of each file it writes
-    std::size_t outputBytes = 2U * 1024 * 1024;   ///< of its standard output
+    std::size_t memoryBytes = std::size_t{512} * 1024 * 1024; ///< address space
+    std::size_t fileBytes = std::size_t{16} * 1024 * 1024;    ///< of each file it writes
+    std::size_t outputBytes = std::size_t{2} * 1024 * 1024;   ///< of its standard output
 };
 
 /// How a child process ended.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view mainPart = "word/document.xml";
 constexpr int mostEntries = 2000;
-constexpr std::size_t mostExpandedBytes = 16U * 1024 * 1024;
+constexpr std::size_t mostExpandedBytes = std::size_t{16} * 1024 * 1024;
 constexpr int mostDepth = 200;
 
 struct FreeArchive

@@ -9,7 +9,7 @@
 namespace quorvel::localbackend {
 
 /// The most text that is taken from one file, in bytes of UTF-8.
-constexpr std::size_t mostExtractedText = 2U * 1024 * 1024;
+constexpr std::size_t mostExtractedText = std::size_t{2} * 1024 * 1024;
 
 /// The text of a PDF by the program pdftotext, which runs as a child with limits of processor time, memory, file size
 /// and wall-clock time, in a private directory that is removed afterwards. Fails with Unprocessable; with Unavailable

@@ -125,6 +125,7 @@ public:
     [[nodiscard]] std::vector<std::string> best() const
     {
         std::vector<Entry> entries;
+        entries.reserve(m_entries.size());
         for (const auto& [key, entry] : m_entries)
             entries.push_back(entry);
         std::ranges::sort(entries, [](const Entry& a, const Entry& b) {

@@ -31,7 +31,9 @@ public:
             std::filesystem::remove_all(m_path, error);
     }
     PrivateDirectory(const PrivateDirectory&) = delete;
+    PrivateDirectory(PrivateDirectory&&) = delete;
     PrivateDirectory& operator=(const PrivateDirectory&) = delete;
+    PrivateDirectory& operator=(PrivateDirectory&&) = delete;
 
     [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
 

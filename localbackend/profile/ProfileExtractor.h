@@ -23,7 +23,9 @@ class ProfileExtractor
 public:
     ProfileExtractor() = default;
     ProfileExtractor(const ProfileExtractor&) = delete;
+    ProfileExtractor(ProfileExtractor&&) = delete;
     ProfileExtractor& operator=(const ProfileExtractor&) = delete;
+    ProfileExtractor& operator=(ProfileExtractor&&) = delete;
     virtual ~ProfileExtractor() = default;
 
     /// Reads the file, which is untrusted. The kind is told by the content type and, where that says nothing, by the

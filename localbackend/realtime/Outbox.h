@@ -12,7 +12,7 @@ class Outbox
 {
 public:
     static constexpr std::size_t mostMessages = 512;
-    static constexpr std::size_t mostBytes = 1024 * 1024;
+    static constexpr std::size_t mostBytes = std::size_t{1024} * 1024;
 
     /// A waiting message that a newer one of its kind makes pointless is replaced.
     enum class Kind : std::uint8_t { Ordinary, Delta, Tick };

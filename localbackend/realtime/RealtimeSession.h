@@ -43,7 +43,7 @@ public:
     using Upgrade = boost::beast::http::request<boost::beast::http::string_body>;
 
     /// The largest message taken; a larger one ends the connection with code 1009.
-    static constexpr std::size_t mostMessageBytes = 1024 * 1024;
+    static constexpr std::size_t mostMessageBytes = std::size_t{1024} * 1024;
     /// Texts that rest on phrases this far apart belong to one utterance.
     static constexpr std::chrono::seconds utteranceGap{4};
     static constexpr std::size_t longestUtterance = 1200;

@@ -39,8 +39,7 @@ Result<tcp::acceptor> adopt(asio::io_context& context, int descriptor)
         return failed(Fault::Unavailable, "The socket that the service manager handed over is not a TCP socket.");
     tcp::acceptor acceptor(context);
     boost::system::error_code error;
-    acceptor.assign(address.ss_family == AF_INET ? tcp::v4() : tcp::v6(), descriptor, error);
-    if (error)
+    if (acceptor.assign(address.ss_family == AF_INET ? tcp::v4() : tcp::v6(), descriptor, error))
         return failed(Fault::Unavailable, "The handed-over socket cannot be used: " + error.message() + ".");
     return acceptor;
 }
@@ -54,10 +53,8 @@ Result<tcp::acceptor> listen(asio::io_context& context, const Options& options)
     const tcp::endpoint endpoint(address, options.port);
     tcp::acceptor acceptor(context);
     const tcp::acceptor::reuse_address reuse(true);
-    if (!acceptor.open(endpoint.protocol(), error) && !acceptor.set_option(reuse, error) &&
-        !acceptor.bind(endpoint, error))
-        acceptor.listen(asio::socket_base::max_listen_connections, error);
-    if (error)
+    if (acceptor.open(endpoint.protocol(), error) || acceptor.set_option(reuse, error) ||
+        acceptor.bind(endpoint, error) || acceptor.listen(asio::socket_base::max_listen_connections, error))
         return failed(Fault::Unavailable, "Cannot listen on " + shown(endpoint) + ": " + error.message() + ".");
     return acceptor;
 }

@@ -33,7 +33,7 @@ constexpr std::chrono::seconds idleTimeout{60};
 constexpr std::chrono::seconds bodyTimeout{60};
 constexpr std::chrono::seconds writeTimeout{30};
 /// How much of a refused body is read so that the peer gets to see the answer before the connection ends.
-constexpr std::size_t mostDiscardedBytes = 32U * 1024 * 1024;
+constexpr std::size_t mostDiscardedBytes = std::size_t{32} * 1024 * 1024;
 constexpr std::chrono::seconds discardTimeout{5};
 
 } // namespace

@@ -25,7 +25,9 @@ class PhraseDecoder
 public:
     PhraseDecoder() = default;
     PhraseDecoder(const PhraseDecoder&) = delete;
+    PhraseDecoder(PhraseDecoder&&) = delete;
     PhraseDecoder& operator=(const PhraseDecoder&) = delete;
+    PhraseDecoder& operator=(PhraseDecoder&&) = delete;
     virtual ~PhraseDecoder() = default;
 
     /// Begins a phrase of the stream.
@@ -47,7 +49,9 @@ class DecoderSource
 public:
     DecoderSource() = default;
     DecoderSource(const DecoderSource&) = delete;
+    DecoderSource(DecoderSource&&) = delete;
     DecoderSource& operator=(const DecoderSource&) = delete;
+    DecoderSource& operator=(DecoderSource&&) = delete;
     virtual ~DecoderSource() = default;
 
     /// A further decoder, which must not outlive this source. Takes a part of a second.

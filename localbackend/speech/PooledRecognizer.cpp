@@ -17,7 +17,9 @@ public:
     }
     ~Handle() override { m_worker->close(std::move(m_stream)); }
     Handle(const Handle&) = delete;
+    Handle(Handle&&) = delete;
     Handle& operator=(const Handle&) = delete;
+    Handle& operator=(Handle&&) = delete;
 
     void feed(std::vector<std::int16_t> samples, SteadyTime arrival) override
     {

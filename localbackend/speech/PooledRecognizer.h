@@ -22,7 +22,9 @@ public:
                                                                         RecognitionLimits limits);
 
     PooledRecognizer(const PooledRecognizer&) = delete;
+    PooledRecognizer(PooledRecognizer&&) = delete;
     PooledRecognizer& operator=(const PooledRecognizer&) = delete;
+    PooledRecognizer& operator=(PooledRecognizer&&) = delete;
     ~PooledRecognizer() override;
 
     [[nodiscard]] std::unique_ptr<RecognitionStream> open(Handler handler) override;

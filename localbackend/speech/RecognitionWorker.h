@@ -22,7 +22,9 @@ class RecognitionWorker
 public:
     RecognitionWorker(DecoderSourceFactory source, RecognitionLimits limits);
     RecognitionWorker(const RecognitionWorker&) = delete;
+    RecognitionWorker(RecognitionWorker&&) = delete;
     RecognitionWorker& operator=(const RecognitionWorker&) = delete;
+    RecognitionWorker& operator=(RecognitionWorker&&) = delete;
     ~RecognitionWorker();
 
     /// Makes the first decoder and waits for it.

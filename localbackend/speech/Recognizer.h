@@ -35,7 +35,9 @@ class RecognitionStream
 public:
     RecognitionStream() = default;
     RecognitionStream(const RecognitionStream&) = delete;
+    RecognitionStream(RecognitionStream&&) = delete;
     RecognitionStream& operator=(const RecognitionStream&) = delete;
+    RecognitionStream& operator=(RecognitionStream&&) = delete;
     virtual ~RecognitionStream() = default;
 
     /// The next samples: 16-bit, mono, 24,000 a second.
@@ -53,7 +55,9 @@ public:
 
     Recognizer() = default;
     Recognizer(const Recognizer&) = delete;
+    Recognizer(Recognizer&&) = delete;
     Recognizer& operator=(const Recognizer&) = delete;
+    Recognizer& operator=(Recognizer&&) = delete;
     virtual ~Recognizer() = default;
 
     /// Begins a stream. The handler is called on a thread of the recogniser, in order, and must not block.

@@ -74,7 +74,8 @@ void StreamRecognition::close()
     m_closed = true;
     m_queue.clear();
     if (m_decoder) {
-        static_cast<void>(m_decoder->finish(m_channel));
+        // What was still being said is of no use to a session that is gone.
+        [[maybe_unused]] const auto unsaid = m_decoder->finish(m_channel);
         m_worker.giveBack(std::move(m_decoder));
     }
 }

@@ -14,7 +14,7 @@ namespace quorvel::localbackend {
 
 namespace {
 
-constexpr std::uintmax_t mostBytes = 16U * 1024 * 1024;
+constexpr std::uintmax_t mostBytes = std::uintmax_t{16} * 1024 * 1024;
 
 std::unexpected<Failure> fault(std::string_view what, const std::filesystem::path& path, int error)
 {

@@ -66,12 +66,14 @@ Task<Result<>> BackendRealtimeClient::connect()
 
 Task<Result<>> BackendRealtimeClient::start(MeetingContext context, CaptureSource source)
 {
-    return sendJSON(realtime::sessionStart(context, source));
+    QJsonObject message = realtime::sessionStart(context, source);
+    co_return co_await sendJSON(std::move(message));
 }
 
 Task<Result<>> BackendRealtimeClient::updateContext(MeetingContext context)
 {
-    return sendJSON(realtime::contextUpdate(context));
+    QJsonObject message = realtime::contextUpdate(context);
+    co_return co_await sendJSON(std::move(message));
 }
 
 Task<Result<>> BackendRealtimeClient::sendAudio(QByteArray chunk)

@@ -31,10 +31,11 @@ Result<Record> decodeResponse(const Result<platform::UrlResponse>& response, con
     if (!response) {
         return std::unexpected(response.error());
     }
-    if (!response->httpStatus) {
+    const std::optional<int>& status = response->httpStatus;
+    if (!status) {
         return std::unexpected(backendInvalidResponseFailure());
     }
-    if (*response->httpStatus < 200 || *response->httpStatus > 299) {
+    if (*status < 200 || *status > 299) {
         return std::unexpected(backendServerFailure(bodyText(response->body, unreadable)));
     }
     const Result<QJsonObject> object = parseJsonObject(response->body);

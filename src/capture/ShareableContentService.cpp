@@ -45,11 +45,13 @@ std::vector<CaptureSource> windowSources(const platform::ShareableContent& conte
 {
     std::vector<CaptureSource> sources;
     for (const std::shared_ptr<const platform::ShareableWindow>& window : content.windows) {
-        if (!window->owningApplication || !window->title || !window->isOnScreen) {
+        const std::optional<platform::RunningApplication>& owner = window->owningApplication;
+        const std::optional<QString>& name = window->title;
+        if (!owner || !name || !window->isOnScreen) {
             continue;
         }
-        const QString& title = *window->title;
-        const QString& appName = window->owningApplication->applicationName;
+        const QString& title = *name;
+        const QString& appName = owner->applicationName;
         const bool isBrowser = ShareableContentService::isBrowser(appName);
         sources.push_back({
             .id = u"window-%1"_s.arg(window->windowId),

@@ -91,7 +91,7 @@ QStringList JsonReader::strings(const QString& key)
 {
     QStringList strings;
     const QJsonArray values = required(key, QJsonValue::Array).toArray();
-    for (const QJsonValue& value : values) {
+    for (const auto value : values) {
         if (!value.isString()) {
             fail(JsonError::wrongType, key);
             return {};

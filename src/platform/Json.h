@@ -65,10 +65,13 @@ public:
     [[nodiscard]] Record record(const QString& key)
     {
         Result<Record> record = Record::fromJson(required(key, QJsonValue::Object).toObject());
-        if (!record && !m_fault) {
+        if (record) {
+            return *std::move(record);
+        }
+        if (!m_fault) {
             m_fault = std::move(record).error();
         }
-        return std::move(record).value_or(Record{});
+        return Record{};
     }
 
     /// The same, but absent or null is nothing.

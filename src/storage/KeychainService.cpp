@@ -74,7 +74,7 @@ Result<std::optional<QString>> KeychainService::load(const QString& account)
         return std::unexpected(invalidData());
     }
     QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decode(*lookup.data);
+    QString text = decode(*lookup.data);
     if (decode.hasError()) {
         return std::unexpected(invalidData());
     }

@@ -23,10 +23,10 @@ SuggestionEngine::SuggestionEngine(std::shared_ptr<OpenAIResponseSuggestionClien
                                    std::shared_ptr<platform::Clock> clock,
                                    std::shared_ptr<platform::MainThread> mainThread)
     : m_client(std::move(client))
-    , m_clock(clock)
+    , m_clock(std::move(clock))
     , m_mainThread(std::move(mainThread))
-    , m_debouncer(std::make_shared<Debouncer>(clock))
-    , m_limiter(minimumRequestInterval, clock)
+    , m_debouncer(std::make_shared<Debouncer>(m_clock))
+    , m_limiter(minimumRequestInterval, m_clock)
     , m_history({
           {.name = "suggestion", .read = [](const auto& item) { return QVariant(item.suggestion.suggestion); }},
           {.name = "intent",

@@ -414,10 +414,24 @@ void WebSocketConnection::dropSocket()
     }
 }
 
+RunningConnections::RunningConnections()
+{
+    m_farewell.setSingleShot(true);
+    m_farewell.setInterval(0);
+    connect(&m_farewell, &QTimer::timeout, this, &RunningConnections::removeLeaving);
+}
+
+void RunningConnections::removeLeaving()
+{
+    for (const std::shared_ptr<WebSocketConnection>& connection : std::exchange(m_leaving, {})) {
+        m_connections.erase(connection);
+    }
+}
+
 void RunningConnections::removeLater(std::shared_ptr<WebSocketConnection> connection)
 {
-    QMetaObject::invokeMethod(
-        this, [this, connection = std::move(connection)] { m_connections.erase(connection); }, Qt::QueuedConnection);
+    m_leaving.push_back(std::move(connection));
+    m_farewell.start();
 }
 
 void RunningConnections::cancelAll()

@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <vector>
 
 namespace quorvel::platform {
 
@@ -107,13 +108,19 @@ private:
 class RunningConnections final : public QObject
 {
 public:
+    RunningConnections();
+
     void add(std::shared_ptr<WebSocketConnection> connection) { m_connections.insert(std::move(connection)); }
     /// Lets go of it when the call that ends it has returned.
     void removeLater(std::shared_ptr<WebSocketConnection> connection);
     void cancelAll();
 
 private:
+    void removeLeaving();
+
     std::set<std::shared_ptr<WebSocketConnection>> m_connections;
+    std::vector<std::shared_ptr<WebSocketConnection>> m_leaving;
+    QTimer m_farewell;
 };
 
 } // namespace quorvel::platform
