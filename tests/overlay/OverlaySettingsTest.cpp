@@ -1,4 +1,5 @@
 #include "overlay/OverlaySettings.h"
+
 #include "support/FakeStores.h"
 
 #include <QJsonDocument>

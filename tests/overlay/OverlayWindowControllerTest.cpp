@@ -1,5 +1,6 @@
-#include "overlay/OverlayViewState.h"
 #include "overlay/OverlayWindowController.h"
+
+#include "overlay/OverlayViewState.h"
 #include "support/EventLoop.h"
 #include "support/FakeDesktop.h"
 

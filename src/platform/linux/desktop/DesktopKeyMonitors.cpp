@@ -120,7 +120,7 @@ public:
     }
 
 private:
-    enum class Source { local, global };
+    enum class Source : std::uint8_t { local, global };
 
     /// One press, whichever way it is reported.
     struct Press

@@ -24,24 +24,24 @@ struct SettingsProgram
 };
 
 constexpr std::array privacyPrograms{
-    SettingsProgram{"GNOME", "gnome-control-center", "microphone"},
-    SettingsProgram{"KDE", "systemsettings", "kcm_pulseaudio"},
-    SettingsProgram{"KDE", "systemsettings5", "kcm_pulseaudio"},
-    SettingsProgram{"X-Cinnamon", "cinnamon-settings", "privacy"},
-    SettingsProgram{"XFCE", "xfce4-settings-manager", ""},
-    SettingsProgram{"MATE", "mate-control-center", ""},
-    SettingsProgram{"LXQt", "lxqt-config", ""},
+    SettingsProgram{.desktop = "GNOME", .program = "gnome-control-center", .argument = "microphone"},
+    SettingsProgram{.desktop = "KDE", .program = "systemsettings", .argument = "kcm_pulseaudio"},
+    SettingsProgram{.desktop = "KDE", .program = "systemsettings5", .argument = "kcm_pulseaudio"},
+    SettingsProgram{.desktop = "X-Cinnamon", .program = "cinnamon-settings", .argument = "privacy"},
+    SettingsProgram{.desktop = "XFCE", .program = "xfce4-settings-manager", .argument = ""},
+    SettingsProgram{.desktop = "MATE", .program = "mate-control-center", .argument = ""},
+    SettingsProgram{.desktop = "LXQt", .program = "lxqt-config", .argument = ""},
 };
 
 constexpr std::array soundPrograms{
-    SettingsProgram{"GNOME", "gnome-control-center", "sound"},
-    SettingsProgram{"KDE", "systemsettings", "kcm_pulseaudio"},
-    SettingsProgram{"KDE", "systemsettings5", "kcm_pulseaudio"},
-    SettingsProgram{"X-Cinnamon", "cinnamon-settings", "sound"},
-    SettingsProgram{"MATE", "mate-volume-control", ""},
-    SettingsProgram{"LXQt", "pavucontrol-qt", ""},
-    SettingsProgram{"", "pavucontrol", ""},
-    SettingsProgram{"", "pavucontrol-qt", ""},
+    SettingsProgram{.desktop = "GNOME", .program = "gnome-control-center", .argument = "sound"},
+    SettingsProgram{.desktop = "KDE", .program = "systemsettings", .argument = "kcm_pulseaudio"},
+    SettingsProgram{.desktop = "KDE", .program = "systemsettings5", .argument = "kcm_pulseaudio"},
+    SettingsProgram{.desktop = "X-Cinnamon", .program = "cinnamon-settings", .argument = "sound"},
+    SettingsProgram{.desktop = "MATE", .program = "mate-volume-control", .argument = ""},
+    SettingsProgram{.desktop = "LXQt", .program = "pavucontrol-qt", .argument = ""},
+    SettingsProgram{.desktop = "", .program = "pavucontrol", .argument = ""},
+    SettingsProgram{.desktop = "", .program = "pavucontrol-qt", .argument = ""},
 };
 
 bool start(const SettingsProgram& candidate)

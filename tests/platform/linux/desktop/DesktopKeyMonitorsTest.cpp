@@ -1,5 +1,6 @@
-#include "XClient.h"
 #include "platform/linux/desktop/DesktopKeyMonitors.h"
+
+#include "XClient.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

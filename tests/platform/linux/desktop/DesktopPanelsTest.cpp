@@ -1,5 +1,6 @@
-#include "XClient.h"
 #include "platform/linux/desktop/DesktopPanels.h"
+
+#include "XClient.h"
 #include "platform/linux/desktop/DesktopScreens.h"
 
 #include <QColor>

@@ -1,4 +1,5 @@
 #include "platform/linux/desktop/DesktopWorkspace.h"
+
 #include "support/EventLoop.h"
 
 #include <QFile>

@@ -1,5 +1,6 @@
-#include "FakeSecretService.h"
 #include "platform/linux/desktop/SecretServiceKeychain.h"
+
+#include "FakeSecretService.h"
 #include "support/EventLoop.h"
 
 #include <QDBusInterface>

@@ -1,6 +1,7 @@
+#include "platform/linux/desktop/SessionBusInstance.h"
+
 #include "XClient.h"
 #include "platform/linux/desktop/AddressArguments.h"
-#include "platform/linux/desktop/SessionBusInstance.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,4 +1,5 @@
 #include "platform/linux/desktop/SystemClock.h"
+
 #include "support/EventLoop.h"
 
 #include <QElapsedTimer>

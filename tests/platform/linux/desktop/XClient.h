@@ -19,7 +19,7 @@ class XClient final
 {
 public:
     /// Whether the window asks its window manager for the whole screen.
-    enum class WindowKind { normal, fullScreen };
+    enum class WindowKind : std::uint8_t { normal, fullScreen };
 
     XClient();
     ~XClient();
