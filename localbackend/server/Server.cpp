@@ -46,7 +46,7 @@ struct Server::Connection
     }
 
     beast::tcp_stream stream;
-    beast::flat_buffer buffer{64U * 1024};
+    beast::flat_buffer buffer{std::size_t{64} * 1024};
 };
 
 Server::Server(asio::io_context& context, tcp::acceptor acceptor, Parts parts)
@@ -66,7 +66,7 @@ void Server::stop()
     if (std::exchange(m_stopping, true))
         return;
     boost::system::error_code ignored;
-    m_acceptor.close(ignored);
+    ignored = m_acceptor.close(ignored);
     const auto sessions = m_sessions;
     for (const auto& session : sessions)
         session->shutDown();
@@ -100,7 +100,7 @@ asio::awaitable<void> Server::acceptConnections()
             continue;
         }
         const tcp::no_delay noDelay(true);
-        socket.set_option(noDelay, error);
+        error = socket.set_option(noDelay, error);
         auto connection = std::make_shared<Connection>(std::move(socket));
         m_connections.insert(connection);
         asio::co_spawn(m_context, serve(std::move(connection)), asio::detached);
@@ -116,7 +116,7 @@ asio::awaitable<void> Server::serve(std::shared_ptr<Connection> connection)
     // A realtime session has taken the stream of a connection that is no longer listed.
     if (m_connections.erase(connection) != 0) {
         boost::system::error_code ignored;
-        connection->stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
+        ignored = connection->stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
     }
 }
 
@@ -146,7 +146,7 @@ asio::awaitable<bool> Server::serveRequest(std::shared_ptr<Connection> connectio
         co_await std::move(realtime);
         co_return false;
     }
-    if (auto response = m_parts.api.refuse(parser.get())) {
+    if (auto response = RestApi::refuse(parser.get())) {
         auto refusal = refuseUnread(connection, std::move(*response));
         co_return co_await std::move(refusal);
     }
@@ -192,7 +192,7 @@ asio::awaitable<bool> Server::refuseUnread(std::shared_ptr<Connection> connectio
     auto answering = answer(connection, std::move(response), false);
     co_await std::move(answering);
     boost::system::error_code ignored;
-    connection->stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
+    ignored = connection->stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
     connection->stream.expires_after(discardTimeout);
     for (std::size_t discarded = 0; discarded < mostDiscardedBytes;) {
         connection->buffer.clear();

@@ -42,7 +42,9 @@ public:
         }
     }
     FolderLock(const FolderLock&) = delete;
+    FolderLock(FolderLock&&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
+    FolderLock& operator=(FolderLock&&) = delete;
 
 private:
     int m_descriptor;

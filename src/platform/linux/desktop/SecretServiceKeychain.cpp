@@ -279,9 +279,8 @@ Task<> SecretServiceKeychain::runUnlocking(std::shared_ptr<Unlocking> unlocking,
 
 KeychainLookup SecretServiceKeychain::run(std::function<KeychainLookup(GCancellable*)> call)
 {
-    constexpr KeychainLookup notAvailable{.status = keychainNotAvailable, .data = {}};
     if (m_state->isGivenUp) {
-        return notAvailable;
+        return {.status = keychainNotAvailable, .data = {}};
     }
     // Should the service never let the call end, its thread is left to itself, with all that it uses.
     const auto cancellable = std::shared_ptr<GCancellable>(g_cancellable_new(), &g_object_unref);
@@ -294,7 +293,7 @@ KeychainLookup SecretServiceKeychain::run(std::function<KeychainLookup(GCancella
     if (ending.wait_for(m_patience) != std::future_status::ready) {
         g_cancellable_cancel(cancellable.get());
         m_state->isGivenUp = true;
-        return notAvailable;
+        return {.status = keychainNotAvailable, .data = {}};
     }
     KeychainLookup lookup = ending.get();
     if (lookup.status == keychainInteractionNotAllowed && m_state->wasUnlockRefused) {

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "platform/Keychain.h"
+#include "platform/linux/desktop/GLib.h"
 
 #include <chrono>
 #include <functional>
 #include <memory>
-
-struct _GCancellable;
 
 namespace quorvel::platform {
 
@@ -39,7 +38,7 @@ private:
         bool wasUnlockRefused = false;
     };
 
-    [[nodiscard]] KeychainLookup run(std::function<KeychainLookup(_GCancellable*)> call);
+    [[nodiscard]] KeychainLookup run(std::function<KeychainLookup(GCancellable*)> call);
     static Task<> runUnlocking(std::shared_ptr<Unlocking> unlocking, std::shared_ptr<State> state,
                                std::chrono::milliseconds patience);
 

@@ -23,7 +23,7 @@ constexpr auto interfaceName = "org.freedesktop.Application"_L1;
 constexpr std::chrono::milliseconds answerLimit = std::chrono::seconds(5);
 
 /// No callback address is nearly as long, and a launcher opens few at a time.
-constexpr qsizetype longestAddress = 16 * 1024;
+constexpr qsizetype longestAddress = qsizetype{16} * 1024;
 constexpr qsizetype mostAddresses = 16;
 
 } // namespace

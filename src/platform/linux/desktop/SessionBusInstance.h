@@ -17,6 +17,10 @@ public:
     /// `applicationId` is the base name of the program's desktop entry, such as com.example.Program.
     explicit SessionBusInstance(QString applicationId, QObject* parent = nullptr);
     ~SessionBusInstance() override;
+    SessionBusInstance(const SessionBusInstance&) = delete;
+    SessionBusInstance(SessionBusInstance&&) = delete;
+    SessionBusInstance& operator=(const SessionBusInstance&) = delete;
+    SessionBusInstance& operator=(SessionBusInstance&&) = delete;
 
     [[nodiscard]] Role claim(const QStringList& addresses) override;
     void bringToFront(QWindow& window) override;
