@@ -156,6 +156,13 @@ class PipeWireCaptureTest : public QObject
 {
     Q_OBJECT
 
+    QString player(const QString& program, const QString& file) const
+    {
+        return u"%1 '%2'"_s.arg(program, m_directory.filePath(file));
+    }
+
+    QTemporaryDir m_directory;
+
 private Q_SLOTS:
     void initTestCase();
     void capturesOneApplicationAlone_data();
@@ -174,14 +181,6 @@ private Q_SLOTS:
     void failsToStartWithoutAProgram();
     void stopsAtOnce();
     void refusalIsAMatterOfPermission();
-
-private:
-    QString player(const QString& program, const QString& file) const
-    {
-        return u"%1 '%2'"_s.arg(program, m_directory.filePath(file));
-    }
-
-    QTemporaryDir m_directory;
 };
 
 void PipeWireCaptureTest::initTestCase()

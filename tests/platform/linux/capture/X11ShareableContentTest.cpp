@@ -113,15 +113,6 @@ class X11ShareableContentTest : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void readsTitlesAndOwners_data();
-    void readsTitlesAndOwners();
-    void tellsWhatIsOnScreen();
-    void displaysKeepTheirNumbers();
-    void failsWithoutAnXServer();
-
-private:
     platform::ShareableContent read(bool onScreenWindowsOnly = true)
     {
         return QCoro::waitFor(m_provider->shareableContent(false, onScreenWindowsOnly)).value();
@@ -141,6 +132,14 @@ private:
     }
 
     std::shared_ptr<platform::ShareableContentProvider> m_provider = platform::makeX11ShareableContentProvider();
+
+private Q_SLOTS:
+    void initTestCase();
+    void readsTitlesAndOwners_data();
+    void readsTitlesAndOwners();
+    void tellsWhatIsOnScreen();
+    void displaysKeepTheirNumbers();
+    void failsWithoutAnXServer();
 };
 
 void X11ShareableContentTest::initTestCase()
@@ -193,9 +192,9 @@ void X11ShareableContentTest::readsTitlesAndOwners()
     QVERIFY(window);
     QCOMPARE(window->title.has_value(), !title.isNull());
     QCOMPARE(window->title.value_or(QString()), title);
-    QVERIFY(window->owningApplication.has_value());
-    QCOMPARE(window->owningApplication->applicationName, applicationName);
-    QCOMPARE(window->owningApplication->processId, QCoreApplication::applicationPid());
+    const platform::RunningApplication owner = window->owningApplication.value_or(platform::RunningApplication());
+    QCOMPARE(owner.applicationName, applicationName);
+    QCOMPARE(owner.processId, QCoreApplication::applicationPid());
     QVERIFY(window->isOnScreen);
 }
 

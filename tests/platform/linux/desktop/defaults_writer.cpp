@@ -18,7 +18,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     for (int round = 0;; ++round) {
-        const QByteArray value = arguments.at(2).toLatin1() + QByteArray(200 * (round % 50), 'x') + '.';
+        const QByteArray value = arguments.at(2).toLatin1() + QByteArray(qsizetype{200} * (round % 50), 'x') + '.';
         store->setData(value, u"meeting.context"_s);
         if (round == 0) {
             std::puts("writing");
