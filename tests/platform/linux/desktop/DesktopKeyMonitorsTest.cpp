@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <optional>
+#include <ranges>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -155,8 +156,8 @@ private Q_SLOTS:
         for (const std::uint8_t key : keys) {
             m_client->key(key, true);
         }
-        for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
-            m_client->key(*key, false);
+        for (const std::uint8_t key : std::views::reverse(keys)) {
+            m_client->key(key, false);
         }
         pressMarker(isOurs);
 

@@ -22,7 +22,6 @@ namespace quorvel::test {
 
 using platform::DesktopScreens;
 using platform::Panel;
-using platform::PanelConfiguration;
 
 class DesktopPanelsTest final : public QObject
 {

@@ -27,7 +27,10 @@ namespace {
 class PlainUser
 {
 public:
-    PlainUser() { m_isChanged = geteuid() == 0 && setresuid(nobody, nobody, 0) == 0; }
+    PlainUser()
+        : m_isChanged(geteuid() == 0 && setresuid(nobody, nobody, 0) == 0)
+    {
+    }
     ~PlainUser()
     {
         if (m_isChanged) {
@@ -35,11 +38,13 @@ public:
         }
     }
     PlainUser(const PlainUser&) = delete;
+    PlainUser(PlainUser&&) = delete;
     PlainUser& operator=(const PlainUser&) = delete;
+    PlainUser& operator=(PlainUser&&) = delete;
 
 private:
     static constexpr uid_t nobody = 65534;
-    bool m_isChanged = false;
+    bool m_isChanged;
 };
 
 /// A disk that holds files up to a size, for as long as it lives.
@@ -59,7 +64,9 @@ public:
         std::signal(SIGXFSZ, m_previousHandler);
     }
     FullDisk(const FullDisk&) = delete;
+    FullDisk(FullDisk&&) = delete;
     FullDisk& operator=(const FullDisk&) = delete;
+    FullDisk& operator=(FullDisk&&) = delete;
 
 private:
     rlimit m_previous{};

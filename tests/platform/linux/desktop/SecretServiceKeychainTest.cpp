@@ -26,11 +26,11 @@ using platform::SecretServiceKeychain;
 
 namespace {
 
-Task<> unlockAndTell(SecretServiceKeychain& keychain, bool& hasEnded)
+Task<> unlockAndTell(SecretServiceKeychain* keychain, bool* hasEnded)
 {
-    Task<> unlocking = keychain.unlock();
+    Task<> unlocking = keychain->unlock();
     co_await unlocking;
-    hasEnded = true;
+    *hasEnded = true;
 }
 
 } // namespace
@@ -127,7 +127,7 @@ private Q_SLOTS:
         QCOMPARE(keychain.copyMatching(m_item).status, platform::keychainNotAvailable);
         QCOMPARE(keychain.deleteItems(m_item), platform::keychainNotAvailable);
         bool hasEnded = false;
-        launch(unlockAndTell(keychain, hasEnded));
+        launch(unlockAndTell(&keychain, &hasEnded));
         QVERIFY(waitUntil([&hasEnded] { return hasEnded; }));
 
         control(u"start"_s);
@@ -150,7 +150,7 @@ private Q_SLOTS:
         QVERIFY(kill(process, SIGSTOP) == 0);
         bool hasEnded = false;
         if (first == u"unlock"_s) {
-            launch(unlockAndTell(keychain, hasEnded));
+            launch(unlockAndTell(&keychain, &hasEnded));
             QVERIFY(waitUntil([&hasEnded] { return hasEnded; }));
         } else if (first == u"lookup"_s) {
             QCOMPARE(keychain.copyMatching(m_item).status, platform::keychainNotAvailable);
@@ -199,7 +199,7 @@ private Q_SLOTS:
             QCOMPARE(keychain.add(m_item, "x"), platform::keychainInteractionNotAllowed);
 
             bool hasEnded = false;
-            launch(unlockAndTell(keychain, hasEnded));
+            launch(unlockAndTell(&keychain, &hasEnded));
             int ticks = 0;
             QTimer timer;
             timer.callOnTimeout([&ticks] { ++ticks; });
@@ -224,7 +224,7 @@ private Q_SLOTS:
             bool hasEnded = false;
             {
                 SecretServiceKeychain keychain;
-                launch(unlockAndTell(keychain, hasEnded));
+                launch(unlockAndTell(&keychain, &hasEnded));
                 QVERIFY(waitUntil([&service] { return service.openPrompts() == 1; }));
             }
             QVERIFY(waitUntil([&service, &hasEnded] { return service.openPrompts() == 0 && hasEnded; }));
@@ -242,7 +242,7 @@ private Q_SLOTS:
             QCOMPARE(keychain.add(m_item, "x"), platform::keychainNoDefault);
             QCOMPARE(keychain.copyMatching(m_item).status, platform::keychainItemNotFound);
             bool hasEnded = false;
-            launch(unlockAndTell(keychain, hasEnded));
+            launch(unlockAndTell(&keychain, &hasEnded));
             QVERIFY(waitUntil([&hasEnded] { return hasEnded; }));
             QCOMPARE(service.promptsShown(), 0);
         }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <ranges>
 #include <span>
 
 namespace quorvel::test {
@@ -185,8 +186,8 @@ void XClient::chord(std::initializer_list<std::uint8_t> keyCodes) const
     for (const std::uint8_t keyCode : keyCodes) {
         fake(XCB_KEY_PRESS, keyCode);
     }
-    for (auto keyCode = std::rbegin(keyCodes); keyCode != std::rend(keyCodes); ++keyCode) {
-        fake(XCB_KEY_RELEASE, *keyCode);
+    for (const std::uint8_t keyCode : std::views::reverse(keyCodes)) {
+        fake(XCB_KEY_RELEASE, keyCode);
     }
     static_cast<void>(focus());
 }
