@@ -4,14 +4,35 @@
 #include "support/EventLoop.h"
 
 #include <memory>
-#include <optional>
 #include <utility>
 
 namespace quorvel::test {
 
-/// How an operation ended, once it has; it can be looked at while the operation runs.
+/// How an operation ended. Until it has, it looks like one that failed, so that a test that does not wait fails too.
 template <typename T>
-using Outcome = std::shared_ptr<std::optional<T>>;
+class Ending
+{
+public:
+    void emplace(T result)
+    {
+        m_result = std::move(result);
+        m_hasEnded = true;
+    }
+
+    [[nodiscard]] bool has_value() const { return m_hasEnded; }
+    explicit operator bool() const { return m_hasEnded; }
+    [[nodiscard]] const T& value() const { return m_result; }
+    const T& operator*() const { return m_result; }
+    const T* operator->() const { return &m_result; }
+
+private:
+    T m_result = std::unexpected(Failure{.code = {}, .description = QStringLiteral("(has not ended)")});
+    bool m_hasEnded = false;
+};
+
+/// An ending that can be looked at while the operation runs.
+template <typename T>
+using Outcome = std::shared_ptr<Ending<T>>;
 
 template <typename T>
 Task<> storeOutcome(Task<T> task, Outcome<T> outcome)
@@ -22,15 +43,15 @@ Task<> storeOutcome(Task<T> task, Outcome<T> outcome)
 template <typename T>
 [[nodiscard]] Outcome<T> watch(Task<T> task)
 {
-    const auto outcome = std::make_shared<std::optional<T>>();
+    const auto outcome = std::make_shared<Ending<T>>();
     launch(storeOutcome(std::move(task), outcome));
     return outcome;
 }
 
-/// Runs the event loop until the operation has ended. One that does not end within 10 s yields an empty outcome, on
-/// which the test fails.
+/// Runs the event loop until the operation has ended. One that does not end within 10 s yields an ending that
+/// has not come, on which the test fails.
 template <typename T>
-[[nodiscard]] std::optional<T> await(Task<T> task)
+[[nodiscard]] Ending<T> await(Task<T> task)
 {
     const Outcome<T> outcome = watch(std::move(task));
     [[maybe_unused]] const bool hasEnded = waitUntil([&outcome] { return outcome->has_value(); });
@@ -39,11 +60,8 @@ template <typename T>
 
 /// What the user reads of an operation: its failure's sentence, or nothing.
 template <typename T>
-[[nodiscard]] QString sentenceOf(const std::optional<Result<T>>& outcome)
+[[nodiscard]] QString sentenceOf(const Ending<Result<T>>& outcome)
 {
-    if (!outcome) {
-        return QStringLiteral("(has not ended)");
-    }
     return outcome->has_value() ? QString() : outcome->error().description;
 }
 

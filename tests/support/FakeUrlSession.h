@@ -74,11 +74,11 @@ private:
             return;
         }
         const auto receiver = std::exchange(m_receiver, nullptr);
-        if (m_incoming.empty()) {
-            receiver->finish(std::unexpected(*m_end));
-        } else {
+        if (!m_incoming.empty()) {
             receiver->finish(m_incoming.front());
             m_incoming.pop_front();
+        } else if (m_end) {
+            receiver->finish(std::unexpected(*m_end));
         }
     }
 

@@ -188,7 +188,8 @@ public:
 
     [[nodiscard]] QUrl url(const QString& scheme, const QString& pathAndQuery) const
     {
-        return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(serverPort()).arg(pathAndQuery));
+        QUrl address(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(serverPort()).arg(pathAndQuery));
+        return address;
     }
 
     /// Waits for the next connection that was not returned yet; null if none comes.

@@ -356,7 +356,7 @@ private Q_SLOTS:
         const auto restore = qScopeGuard([&before] { QSslConfiguration::setDefaultConfiguration(before); });
         if (isKnown) {
             QSslConfiguration trusting = before;
-            trusting.addCaCertificate(tls->localCertificate());
+            trusting.addCaCertificate(tls ? tls->localCertificate() : QSslCertificate());
             QSslConfiguration::setDefaultConfiguration(trusting);
         }
         QtUrlSession session;

@@ -50,19 +50,25 @@ private:
             , server(std::move(tls))
             , task(session->webSocketTask(
                   server.url(server.isEncrypted() ? u"wss"_s : u"ws"_s, u"/ws/realtime?token=s3cret"_s), delegate))
+            , peer(openTask())
+        {
+        }
+
+        Peer* openTask()
         {
             task->resume();
-            peer = server.nextPeer();
-            isOpen = peer != nullptr && !peer->acceptWebSocket().isEmpty() &&
+            Peer* const accepted = server.nextPeer();
+            isOpen = accepted != nullptr && !accepted->acceptWebSocket().isEmpty() &&
                      waitUntil([this] { return !delegate->events.isEmpty(); }) && delegate->events.front() == "open"_L1;
+            return accepted;
         }
 
         std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
         std::unique_ptr<QtUrlSession> session;
         LoopbackServer server;
         std::shared_ptr<WebSocketTask> task;
-        Peer* peer = nullptr;
         bool isOpen = false;
+        Peer* peer;
     };
 
 private Q_SLOTS:
@@ -254,9 +260,10 @@ private Q_SLOTS:
         std::optional<QSslConfiguration> tls;
         if (isEncrypted) {
             tls = makeTestCertificate(u"IP:127.0.0.1"_s);
-            QVERIFY(tls);
+            const QSslCertificate certificate = tls ? tls->localCertificate() : QSslCertificate();
+            QVERIFY(!certificate.isNull());
             QSslConfiguration trusting = before;
-            trusting.addCaCertificate(tls->localCertificate());
+            trusting.addCaCertificate(certificate);
             QSslConfiguration::setDefaultConfiguration(trusting);
         }
         Open open({}, tls);
@@ -295,7 +302,7 @@ private Q_SLOTS:
         for (int round = 0; round < 3; ++round) {
             const auto ping = open.peer->takeFrame();
             QCOMPARE(ping, (ClientFrame{.opcode = 9, .payload = {}}));
-            open.peer->write(serverFrame(0x8A, ping->payload));
+            open.peer->write(serverFrame(0x8A, ping.value_or(ClientFrame{}).payload));
         }
         QCOMPARE(open.delegate->events.size(), 1);
     }
@@ -352,7 +359,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("frames");
         QTest::addColumn<bool>("isAccepted");
-        const QByteArray half(512 * 1024, 'h');
+        const QByteArray half(qsizetype{512} * 1024, 'h');
         QTest::newRow("exactly") << serverFrame(0x82, half + half) << true;
         QTest::newRow("exactly, in pieces") << serverFrame(0x02, half) + serverFrame(0x80, half) << true;
         QTest::newRow("one more") << serverFrame(0x82, half + half + "x") << false;
