@@ -10,6 +10,11 @@ namespace {
 const std::pair<QString, QString> accessItem{u"com.quorvel.openai"_s, u"access_token"_s};
 const std::pair<QString, QString> refreshItem{u"com.quorvel.openai"_s, u"refresh_token"_s};
 
+QByteArray startAnswer(const QString& url)
+{
+    return QJsonDocument(QJsonObject{{u"url"_s, url}}).toJson();
+}
+
 } // namespace
 
 class AppStateAccountTest final : public QObject
@@ -182,9 +187,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("answer");
         QTest::addColumn<QString>("opened"); // empty: nothing
         QTest::addColumn<QString>("message");
-        QTest::newRow("address") << QByteArray("{\"url\":\"https://accounts.example/start?x=1\"}")
+        QTest::newRow("address") << startAnswer(u"https://accounts.example/start?x=1"_s)
                                  << u"https://accounts.example/start?x=1"_s << QString();
-        QTest::newRow("no address") << QByteArray("{\"url\":\"http://[bad\"}") << QString()
+        QTest::newRow("no address") << startAnswer(u"http://[bad"_s) << QString()
                                     << u"Backend returned an invalid response."_s;
     }
 
