@@ -9,6 +9,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -448,6 +453,26 @@ void PipeWireCaptureTest::refusalIsAMatterOfPermission()
     QVERIFY(provider->preflightAccess());
     qputenv("PIPEWIRE_REMOTE", "nothing-listens-here");
     QVERIFY(provider->preflightAccess());
+
+    // A socket that listens and lets nobody in, as in a sandbox. Its file's mode does not stop the superuser.
+    const QByteArray path = QFile::encodeName(m_directory.filePath(u"refusing"_s));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    QVERIFY(static_cast<std::size_t>(path.size()) < sizeof(address.sun_path));
+    std::ranges::copy(path, std::begin(address.sun_path));
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    QCOMPARE(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    QCOMPARE(listen(listener, 1), 0);
+    qputenv("PIPEWIRE_REMOTE", path);
+    QVERIFY(provider->preflightAccess());
+    QCOMPARE(chmod(path.constData(), 0), 0);
+    constexpr uid_t nobody = 65534;
+    const bool isSuperuser = geteuid() == 0;
+    QVERIFY(!isSuperuser || seteuid(nobody) == 0);
+    const bool isAllowed = provider->preflightAccess();
+    QVERIFY(!isSuperuser || seteuid(0) == 0);
+    QVERIFY(!isAllowed);
+    close(listener);
     qunsetenv("PIPEWIRE_REMOTE");
 }
 
