@@ -31,7 +31,7 @@ QString userText(const BackendUser& user)
 
 Operation health()
 {
-    return [](auto client, auto into) {
+    return [](const auto& client, const auto& into) {
         return describe(client->health(), into, [](const HealthResponse& value) {
             const auto flags = value.development;
             return u"%1 %2"_s.arg(value.ok).arg(flags ? u"%1%2"_s.arg(flags->disableAuth).arg(flags->disableAdminAuth)
@@ -42,14 +42,14 @@ Operation health()
 
 Operation me()
 {
-    return [](auto client, auto into) {
+    return [](const auto& client, const auto& into) {
         return describe(client->me(), into, [](const MeResponse& value) { return userText(value.user); });
     };
 }
 
 Operation requestOtp()
 {
-    return [](auto client, auto into) {
+    return [](const auto& client, const auto& into) {
         return describe(client->requestOtp(u" Ä@b.example"_s), into,
                         [](const std::optional<QString>& value) { return value.value_or(u"-"_s); });
     };
@@ -57,7 +57,7 @@ Operation requestOtp()
 
 Operation verifyOtp()
 {
-    return [](auto client, auto into) {
+    return [](const auto& client, const auto& into) {
         return describe(client->verifyOtp(u"a@b.example"_s, u"\"1\""_s), into, [](const BackendAuthSession& value) {
             return u"%1 %2 %3 %4"_s.arg(userText(value.user), value.accessToken, value.refreshToken)
                 .arg(value.expiresIn);
@@ -67,14 +67,14 @@ Operation verifyOtp()
 
 Operation googleStartURL()
 {
-    return [](auto client, auto into) {
+    return [](const auto& client, const auto& into) {
         return describe(client->googleStartURL(), into, [](const QUrl& value) { return value.toString(); });
     };
 }
 
 Operation extractProfile(const QString& path)
 {
-    return [path](auto client, auto into) {
+    return [path](const auto& client, const auto& into) {
         return describe(client->extractProfile(QUrl::fromLocalFile(path)), into, [](const ExtractedProfile& value) {
             return u"%1 %2 %3"_s.arg(value.resumeSummary, value.keyterms.join(u',')).arg(value.characterCount);
         });
@@ -124,7 +124,7 @@ private Q_SLOTS:
         QTest::newRow("health") << health() << QByteArray("GET /api/health HTTP/1.1") << false << QByteArray();
         QTest::newRow("me") << me() << QByteArray("GET /api/auth/me HTTP/1.1") << true << QByteArray();
         QTest::newRow("request code") << requestOtp() << QByteArray("POST /api/auth/otp/request HTTP/1.1") << false
-                                      << QByteArray("{\"email\":\" Ä@b.example\"}");
+                                      << QByteArray(R"({"email":" Ä@b.example"})");
         QTest::newRow("verify code") << verifyOtp() << QByteArray("POST /api/auth/otp/verify HTTP/1.1") << false
                                      << QByteArray("{\"code\":\"\\\"1\\\"\",\"email\":\"a@b.example\"}");
         QTest::newRow("google") << googleStartURL() << QByteArray("POST /api/auth/google/start HTTP/1.1") << false
@@ -294,6 +294,7 @@ private Q_SLOTS:
         const auto client =
             BackendRealtimeClient::create(std::make_shared<platform::QtUrlSession>(), server.url(u"http"_s, {}));
         std::vector<Outcome<Result<HealthResponse>>> requests;
+        requests.reserve(4);
         for (int index = 0; index < 4; ++index) {
             requests.push_back(watch(client->health()));
         }

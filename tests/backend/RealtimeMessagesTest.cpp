@@ -35,16 +35,13 @@ private:
 
     static realtime::Status status(Transcriber transcriber) { return {.state = u"idle"_s, .transcriber = transcriber}; }
 
-private Q_SLOTS:
-    void decodes_data()
+    static void row(const char* name, const QByteArray& json, const std::optional<BackendRealtimeEvent>& event)
     {
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<MaybeEvent>("event");
-        const auto row = [](const char* name, const QByteArray& json,
-                            const std::optional<BackendRealtimeEvent>& event) {
-            QTest::newRow(name) << json << MaybeEvent{event};
-        };
+        QTest::newRow(name) << json << MaybeEvent{event};
+    }
 
+    static void addStatusAndTranscriptRows()
+    {
         row("status, bare", R"({"type":"session.status"})", status(Transcriber::waiting));
         row("status, full", R"({"type":"session.status","state":"running","transcriber":"connected","message":"Hi"})",
             realtime::Status{.state = u"running"_s, .transcriber = Transcriber::connected, .message = u"Hi"_s});
@@ -117,7 +114,10 @@ private Q_SLOTS:
         row("tick, endless digits", R"({"type":"diagnostic.tick","commits":)" + QByteArray(100'000, '9') + "}",
             std::nullopt);
         row("tick, beyond any double", R"({"type":"diagnostic.tick","commits":1e999})", std::nullopt);
+    }
 
+    static void addOtherRows()
+    {
         row("error, bare", R"({"type":"error"})",
             realtime::Error{.severity = u"recoverable"_s, .message = u"Backend error."_s});
         row("error, full", R"({"type":"error","severity":"fatal","message":"Stop"})",
@@ -141,6 +141,15 @@ private Q_SLOTS:
         row("100,000 levels", R"({"type":"error","x":)" + QByteArray(100'000, '[') + QByteArray(100'000, ']') + "}",
             std::nullopt);
         row("100,000 objects deep", QByteArray(R"({"x":)").repeated(100'000), std::nullopt);
+    }
+
+private Q_SLOTS:
+    void decodes_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<MaybeEvent>("event");
+        addStatusAndTranscriptRows();
+        addOtherRows();
     }
     void decodes()
     {

@@ -211,7 +211,7 @@ private Q_SLOTS:
     {
         Fixture fixture;
         fixture.controller->show();
-        const std::size_t calls = static_cast<std::size_t>(fixture.panel().calls.size());
+        const auto calls = static_cast<std::size_t>(fixture.panel().calls.size());
         fixture.host.reset();
 
         fixture.controller->show();
