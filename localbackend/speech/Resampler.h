@@ -17,9 +17,7 @@ public:
     Resampler(Resampler&&) = default;
     Resampler& operator=(Resampler&&) = default;
     Resampler(const Resampler&) = delete;
-    Resampler(Resampler&&) = delete;
     Resampler& operator=(const Resampler&) = delete;
-    Resampler& operator=(Resampler&&) = delete;
     ~Resampler();
 
     /// Appends what the samples give to the output. Without memory for the converter nothing is given.

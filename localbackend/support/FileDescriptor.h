@@ -25,9 +25,7 @@ public:
         return *this;
     }
     FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor(FileDescriptor&&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor() { reset(); }
 
     [[nodiscard]] int get() const { return m_descriptor; }

@@ -13,6 +13,7 @@
 #include <QtQml/QQmlExtensionPlugin>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -105,17 +106,18 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isWhole");
         const QString sentence = u"I would begin with the trade-off between consistency and latency, and then show "
                                  "how we measured both before we chose. "_s;
-        const struct
+        struct Row
         {
             const char* name;
             QString text;
             bool isWhole;
-        } texts[] = {
-            {"status", {}, true},
-            {"one line", u"Yes, I led that migration from start to end."_s, true},
-            {"four lines", u"First, the trade-off.\nThen how we measured it.\nThen what we chose.\nThen the result."_s,
-             true},
-            {"far too long", sentence.repeated(30), false},
+        };
+        const std::array texts{
+            Row{"status", {}, true},
+            Row{"one line", u"Yes, I led that migration from start to end."_s, true},
+            Row{"four lines",
+                u"First, the trade-off.\nThen how we measured it.\nThen what we chose.\nThen the result."_s, true},
+            Row{"far too long", sentence.repeated(30), false},
         };
         for (const auto& text : texts) {
             QTest::addRow("%s, light", text.name) << text.text << 0xFFFFFFU << text.isWhole;

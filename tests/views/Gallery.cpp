@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QPalette>
 
+#include <array>
 #include <cstdio>
 
 using namespace quorvel;
@@ -53,11 +54,11 @@ struct Scene
     void (*prepare)(AppState&);
 };
 
-constexpr Scene scenes[] = {
-    {"dashboard-empty", [](AppState&) {}},
-    {"dashboard-spoken", speak},
-    {"dashboard-full", fill},
-    {"dashboard-error", fail},
+constexpr std::array scenes{
+    Scene{"dashboard-empty", [](AppState&) {}},
+    Scene{"dashboard-spoken", speak},
+    Scene{"dashboard-full", fill},
+    Scene{"dashboard-error", fail},
 };
 
 } // namespace
