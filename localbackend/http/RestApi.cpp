@@ -137,9 +137,16 @@ struct RestApi::Route
     std::string_view path;
     http::verb method;
     std::string_view mediaType; ///< required of the body; empty when the body is not looked at
-    Answer (RestApi::*handler)(const HttpRequest&);
+    Answer (*handler)(RestApi&, const HttpRequest&);
     http::verb secondMethod = http::verb::unknown;
-    Answer (RestApi::*secondHandler)(const HttpRequest&) = nullptr;
+    Answer (*secondHandler)(RestApi&, const HttpRequest&) = nullptr;
+
+    /// Makes a handler of one of the members, whether that changes the object or not.
+    template <auto member>
+    static Answer call(RestApi& api, const HttpRequest& request)
+    {
+        return (api.*member)(request);
+    }
 };
 
 namespace {
@@ -164,14 +171,14 @@ const RestApi::Route* RestApi::routeTo(std::string_view path)
 {
     static constexpr std::string_view json = "application/json";
     static constexpr std::array<Route, 8> routes{{
-        {"/api/health", http::verb::get, "", &RestApi::health},
-        {"/api/auth/me", http::verb::get, "", &RestApi::me},
-        {"/api/auth/otp/request", http::verb::post, json, &RestApi::requestCode},
-        {"/api/auth/otp/verify", http::verb::post, json, &RestApi::verifyCode},
-        {"/api/auth/refresh", http::verb::post, json, &RestApi::refresh},
-        {"/api/auth/google/start", http::verb::post, "", &RestApi::startGoogle},
-        {"/api/auth/google/consent", http::verb::get, "", &RestApi::showConsent, http::verb::post,
-         &RestApi::giveConsent},
+        {"/api/health", http::verb::get, "", &Route::call<&RestApi::health>},
+        {"/api/auth/me", http::verb::get, "", &Route::call<&RestApi::me>},
+        {"/api/auth/otp/request", http::verb::post, json, &Route::call<&RestApi::requestCode>},
+        {"/api/auth/otp/verify", http::verb::post, json, &Route::call<&RestApi::verifyCode>},
+        {"/api/auth/refresh", http::verb::post, json, &Route::call<&RestApi::refresh>},
+        {"/api/auth/google/start", http::verb::post, "", &Route::call<&RestApi::startGoogle>},
+        {"/api/auth/google/consent", http::verb::get, "", &Route::call<&RestApi::showConsent>, http::verb::post,
+         &Route::call<&RestApi::giveConsent>},
         {extractPath, http::verb::post, "multipart/form-data", nullptr},
     }};
     const auto found = std::ranges::find(routes, path, &Route::path);
@@ -236,7 +243,7 @@ boost::asio::awaitable<HttpResponse> RestApi::handle(HttpRequest request)
         answer = co_await std::move(extraction);
     } else {
         const auto handler = request.method() == route->method ? route->handler : route->secondHandler;
-        answer = (this->*handler)(request);
+        answer = handler(*this, request);
     }
     co_return answer ? std::move(*answer) : failureResponse(answer.error());
 }

@@ -54,7 +54,7 @@ struct AppStateFixture : FakeServices
         return content;
     }
 
-    [[nodiscard]] static QUrl origin() { return QUrl(QStringLiteral("http://127.0.0.1:8787")); }
+    [[nodiscard]] static QUrl origin() { return {QStringLiteral("http://127.0.0.1:8787")}; }
 
     /// Makes the state and lets start-up loading run.
     void create(const QUrl& backendOrigin = origin())
@@ -62,6 +62,10 @@ struct AppStateFixture : FakeServices
         state = AppState::create(services(), backendOrigin);
         settle();
     }
+
+    /// Empty where nobody is signed in, or nothing is selected.
+    [[nodiscard]] QString userEmail() const { return state->authUser().value_or(BackendUser()).email; }
+    [[nodiscard]] QString selectedId() const { return state->selectedSource().value_or(CaptureSource()).id; }
 
     void start() const
     {

@@ -18,7 +18,7 @@ const QString permissionText = u"Screen & System Audio Recording is enabled, but
 QByteArray floats(float value, int count)
 {
     const std::vector<float> samples(static_cast<std::size_t>(count), value);
-    return {reinterpret_cast<const char*>(samples.data()), count * int(sizeof(float))};
+    return {reinterpret_cast<const char*>(samples.data()), count * qsizetype(sizeof(float))};
 }
 
 } // namespace

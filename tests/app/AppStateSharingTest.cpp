@@ -49,7 +49,7 @@ private Q_SLOTS:
         m_app->shareableContent->reading.setResult(test::AppStateFixture::content(windows));
         launch(state().refreshSources());
         test::settle();
-        QCOMPARE(state().selectedSource() ? state().selectedSource()->id : QString(), chosen);
+        QCOMPARE(m_app->selectedId(), chosen);
         if (!chosen.isEmpty()) {
             QVERIFY(state().selectedSource()->window != before); // always the new list's copy
         }
@@ -64,7 +64,7 @@ private Q_SLOTS:
         QVERIFY(state().showSharePicker());
         QVERIFY(state().capturePermissionRecoveryVisible());
         QCOMPARE(state().availableSources().size(), 1U);
-        QCOMPARE(state().selectedSource()->id, u"window-7"_s);
+        QCOMPARE(m_app->selectedId(), u"window-7"_s);
 
         m_app->workspace->opens = false;
         state().openScreenRecordingSettings();
@@ -178,7 +178,7 @@ private Q_SLOTS:
         m_app->capture->steps->start.failWith(u"No."_s);
         launch(state().startScreenShare(given));
         test::settle();
-        QCOMPARE(state().selectedSource()->id, u"window-2"_s);
+        QCOMPARE(m_app->selectedId(), u"window-2"_s);
         QVERIFY(!state().isMeetScreenShareMode());
         QCOMPARE(state().errorMessage(), std::optional(u"No."_s));
         launch(state().startScreenShare(std::nullopt)); // keeps the selection rather than taking the best
