@@ -40,7 +40,7 @@ private Q_SLOTS:
         if (selected.isEmpty()) {
             state().setSelectedSource(std::nullopt);
         }
-        const auto before = state().selectedSource() ? state().selectedSource()->window : nullptr;
+        const auto before = selectedWindow();
         std::vector<Window> windows;
         for (const QString& id : ids) {
             const QStringList parts = id.split(u':');
@@ -51,7 +51,7 @@ private Q_SLOTS:
         test::settle();
         QCOMPARE(m_app->selectedId(), chosen);
         if (!chosen.isEmpty()) {
-            QVERIFY(state().selectedSource()->window != before); // always the new list's copy
+            QVERIFY(selectedWindow() != before); // always the new list's copy
         }
     }
 
@@ -233,6 +233,10 @@ private Q_SLOTS:
 private:
     [[nodiscard]] AppState& state() const { return *m_app->state; }
     [[nodiscard]] test::PanelRecord& panel() const { return *m_app->panels->panels.front(); }
+    [[nodiscard]] std::shared_ptr<const platform::ShareableWindow> selectedWindow() const
+    {
+        return state().selectedSource().value_or(CaptureSource()).window;
+    }
     [[nodiscard]] OverlaySettings storedOverlay() const
     {
         return OverlaySettings::load(*m_app->userDefaults->suiteStore);
