@@ -48,7 +48,7 @@ class AppState final : public QObject, public OverlayHost, public std::enable_sh
     Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
     Q_PROPERTY(bool capturePermissionRecoveryVisible READ capturePermissionRecoveryVisible NOTIFY
                    capturePermissionRecoveryVisibleChanged)
-    Q_PROPERTY(QAbstractItemModel* availableSources READ availableSourcesModel CONSTANT)
+    Q_PROPERTY(QObject* availableSources READ availableSourcesModel CONSTANT)
     Q_PROPERTY(bool showOnboarding READ showOnboarding WRITE setShowOnboarding NOTIFY showOnboardingChanged)
     Q_PROPERTY(quorvel::OverlaySettings overlaySettings READ overlaySettings WRITE setOverlaySettings NOTIFY
                    overlaySettingsChanged)

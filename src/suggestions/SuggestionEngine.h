@@ -23,7 +23,7 @@ class SuggestionEngine final : public QObject
 {
     Q_OBJECT
     /// Rows with the roles "suggestion", "intent", "confidencePercent" and "sourceLabel", newest first.
-    Q_PROPERTY(QAbstractItemModel* history READ historyModel CONSTANT)
+    Q_PROPERTY(QObject* history READ historyModel CONSTANT)
     Q_PROPERTY(bool isWorking READ isWorking WRITE setWorking NOTIFY isWorkingChanged)
 
 public:

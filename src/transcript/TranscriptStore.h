@@ -17,7 +17,7 @@ class TranscriptStore final : public QObject
 {
     Q_OBJECT
     /// Rows with the roles "kind" and "text", oldest first.
-    Q_PROPERTY(QAbstractItemModel* turns READ turnsModel CONSTANT)
+    Q_PROPERTY(QObject* turns READ turnsModel CONSTANT)
     Q_PROPERTY(QString partialText READ partialText WRITE setPartialText NOTIFY partialTextChanged)
 
 public:

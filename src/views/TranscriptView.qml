@@ -64,28 +64,19 @@ ColumnLayout {
             width: ListView.view.width - 2 * Theme.padding
         }
 
-        footer: Item {
-            width: list.width - 2 * Theme.padding
-            implicitHeight: partial.visible ? partial.implicitHeight + 20 + (list.count > 0 ? list.spacing : 0) : 0
+        footer: InterimLine {
+            width: parent ? parent.width - 2 * Theme.padding : 0
+        }
 
-            Text {
-                id: partial
-
-                anchors.left: parent.left
-                anchors.right: parent.right
-                anchors.bottom: parent.bottom
-                anchors.margins: 10
-                visible: text.length > 0
-                text: view.store.partialText
-                font.family: Theme.body.family
-                font.pointSize: Theme.body.pointSize
-                font.italic: true
-                color: Theme.secondaryText
-                wrapMode: Text.Wrap
-                textFormat: Text.PlainText
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
-            }
+        Binding {
+            target: list.footerItem
+            property: "text"
+            value: view.store.partialText
+        }
+        Binding {
+            target: list.footerItem
+            property: "gap"
+            value: list.count > 0 ? list.spacing : 0
         }
     }
 }

@@ -84,7 +84,7 @@ int main(int argc, char** argv)
         QTest::qWait(300); // transitions end
         const QString path = u"%1/%2-%3.png"_s.arg(arguments[1], QString::fromLatin1(scene.name), arguments[2]);
         if (!QDir().mkpath(arguments[1]) || !view.window->grabWindow().save(path)) {
-            std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+            qCritical("cannot write %s", qPrintable(path));
             return 1;
         }
         std::puts(qPrintable(path));

@@ -11,7 +11,8 @@ Image {
     property int size: 16
 
     source: "image://symbols/" + symbol + "/" + color.toString().slice(1)
-    sourceSize: Qt.size(size, size)
+    sourceSize.width: size
+    sourceSize.height: size
     width: size
     height: size
     Accessible.ignored: true

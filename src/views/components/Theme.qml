@@ -37,7 +37,7 @@ QtObject {
 
     readonly property int quickMotion: 120
 
-    readonly property real baseSize: Qt.application.font.pointSize > 0 ? Qt.application.font.pointSize : 10
+    readonly property real baseSize: Application.font.pointSize > 0 ? Application.font.pointSize : 10
     readonly property font largeTitle: type(1.9, Font.Bold)
     readonly property font secondTitle: type(1.4, Font.DemiBold)
     readonly property font thirdTitle: type(1.2, Font.Normal)
@@ -52,7 +52,7 @@ QtObject {
 
     function type(scale: real, weight: int): font {
         return Qt.font({
-            "family": Qt.application.font.family,
+            "family": Application.font.family,
             "pointSize": theme.baseSize * scale,
             "weight": weight
         });
