@@ -28,9 +28,14 @@ public:
     {
         m_now += duration;
         std::ranges::stable_sort(m_sleepers, {}, &Sleeper::due);
-        const auto firstLater = std::ranges::find_if(m_sleepers, [this](const auto& it) { return it->due > m_now; });
-        const std::vector<std::shared_ptr<Sleeper>> due(m_sleepers.begin(), firstLater);
-        m_sleepers.erase(m_sleepers.begin(), firstLater);
+        std::vector<std::shared_ptr<Sleeper>> due;
+        std::erase_if(m_sleepers, [this, &due](const std::shared_ptr<Sleeper>& sleeper) {
+            const bool isDue = sleeper->due <= m_now;
+            if (isDue) {
+                due.push_back(sleeper);
+            }
+            return isDue;
+        });
         for (const auto& sleeper : due) {
             sleeper->promise.finish({});
         }

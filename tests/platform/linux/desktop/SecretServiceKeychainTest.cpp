@@ -16,7 +16,6 @@
 #include <csignal>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace quorvel::test {
 
@@ -145,7 +144,7 @@ private Q_SLOTS:
     void hungServiceIsGivenUp()
     {
         QFETCH(QString, first);
-        SecretServiceKeychain keychain(300ms);
+        SecretServiceKeychain keychain(std::chrono::milliseconds(300));
         const pid_t process = keyringProcess();
         QVERIFY(kill(process, SIGSTOP) == 0);
         bool hasEnded = false;
@@ -195,7 +194,7 @@ private Q_SLOTS:
         control(u"stop"_s);
         {
             FakeSecretService service;
-            SecretServiceKeychain keychain(300ms);
+            SecretServiceKeychain keychain(std::chrono::milliseconds(300));
             QCOMPARE(keychain.add(m_item, "x"), platform::keychainInteractionNotAllowed);
 
             bool hasEnded = false;
@@ -203,7 +202,7 @@ private Q_SLOTS:
             int ticks = 0;
             QTimer timer;
             timer.callOnTimeout([&ticks] { ++ticks; });
-            timer.start(10ms);
+            timer.start(std::chrono::milliseconds(10));
             QVERIFY(waitUntil([&service] { return service.openPrompts() == 1; }));
             QVERIFY(waitUntil([&ticks] { return ticks > 50; })); // longer than the service's time limit
             QVERIFY(!hasEnded);
