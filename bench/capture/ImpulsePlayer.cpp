@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::uint32_t rate = 48'000;
 constexpr std::uint32_t channels = 2;
-constexpr std::uint32_t framesBetweenImpulses = rate / 4;
 /// Enough for it to be seen after the rate has been halved.
 constexpr std::uint32_t framesOfImpulse = 8;
 
@@ -24,7 +23,8 @@ struct Player
     pw_main_loop* loop = nullptr;
     pw_stream* stream = nullptr;
     std::size_t left = 0;
-    std::uint32_t framesUntilImpulse = framesBetweenImpulses;
+    std::uint32_t framesBetweenImpulses = 0;
+    std::uint32_t framesUntilImpulse = 0;
 
     void process()
     {
@@ -70,11 +70,12 @@ const pw_stream_events& streamEvents()
 
 } // namespace
 
-void playImpulses(std::size_t count)
+void playImpulses(std::size_t count, std::chrono::milliseconds interval)
 {
     pw_init(nullptr, nullptr);
     Player player;
     player.left = count;
+    player.framesBetweenImpulses = static_cast<std::uint32_t>(interval.count()) * rate / 1000;
     player.loop = pw_main_loop_new(nullptr);
     player.stream =
         pw_stream_new_simple(pw_main_loop_get_loop(player.loop), "impulses",

@@ -21,6 +21,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -108,45 +109,87 @@ double percentile(const std::vector<double>& sorted, double share)
     return sorted.empty() ? 0 : sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
 }
 
-/// The delay from the moment when a player hands an impulse to the audio server to the owner's callback.
-int measureDelay(std::size_t impulseCount)
+using Moments = std::vector<Clock::time_point>;
+
+double millisecondsBetween(Clock::time_point from, Clock::time_point to)
+{
+    return std::chrono::duration<double, std::milli>(to - from).count();
+}
+
+/// Runs a command that plays impulses and captures it until it has ended. Returns when they were played.
+std::optional<Moments> captureWhile(Session& session, const QString& command)
 {
     const QTemporaryDir directory;
     const QString log = directory.filePath(u"impulses"_s);
     QProcess player; // detached, because our own children are not captured
-    player.setProgram(QCoreApplication::applicationFilePath());
-    player.setArguments({u"player"_s, QString::number(impulseCount)});
+    player.setProgram(u"sh"_s);
+    player.setArguments({u"-c"_s, command, QCoreApplication::applicationFilePath()});
     player.setStandardOutputFile(log);
     qint64 processId = 0;
-    player.startDetached(&processId);
-
-    Session session;
-    if (!session.start(windowOf(processId))) {
-        return 1;
+    if (!player.startDetached(&processId) || !session.start(windowOf(processId))) {
+        return std::nullopt;
     }
     while (QFile::exists(u"/proc/%1"_s.arg(processId))) {
         spin(100ms);
     }
     QFile file(log);
     if (!file.open(QIODevice::ReadOnly)) {
-        return 1;
+        return std::nullopt;
     }
-    std::vector<Clock::time_point> played;
+    Moments played;
     while (!file.atEnd()) {
         played.emplace_back(std::chrono::nanoseconds(file.readLine().trimmed().toLongLong()));
     }
-    // The capture may have begun after the first ones: each arrival belongs to the last impulse before it.
+    return played;
+}
+
+void report(const char* what, std::vector<double> milliseconds)
+{
+    std::ranges::sort(milliseconds);
+    std::printf("%s: %zu times, p50 %.1f, p95 %.1f, longest %.1f ms\n", what, milliseconds.size(),
+                percentile(milliseconds, 0.5), percentile(milliseconds, 0.95), percentile(milliseconds, 1));
+}
+
+/// The delay from the moment when a player hands an impulse to the audio server to the owner's callback.
+int measureDelay(int impulseCount)
+{
+    Session session;
+    const auto played = captureWhile(session, u"sleep 1; exec $0 player %1 250"_s.arg(impulseCount));
+    if (!played) {
+        return 1;
+    }
     std::vector<double> delays;
     for (const Clock::time_point heard : session.impulses) {
-        const auto next = std::ranges::upper_bound(played, heard);
-        if (next != played.begin()) {
-            delays.push_back(std::chrono::duration<double, std::milli>(heard - *std::prev(next)).count());
+        const auto next = std::ranges::upper_bound(*played, heard);
+        if (next != played->begin()) {
+            delays.push_back(millisecondsBetween(*std::prev(next), heard));
         }
     }
-    std::ranges::sort(delays);
-    std::printf("impulses: %zu played, %zu heard; delay p50 %.1f, p95 %.1f, longest %.1f ms; longest gap %.1f ms\n",
-                played.size(), delays.size(), percentile(delays, 0.5), percentile(delays, 0.95), percentile(delays, 1),
-                std::chrono::duration<double, std::milli>(session.longestGap).count());
+    std::printf("impulses played: %zu\n", played->size());
+    report("delay of those that were heard", delays);
+    return 0;
+}
+
+/// The time from the first sound of a player that starts while its application is captured, to its first sound at the
+/// owner's. It gives an impulse every 20 ms.
+int measureRestarts(int restartCount)
+{
+    Session session;
+    const auto played =
+        captureWhile(session, u"sleep 1; for i in $(seq %1); do $0 player 30 20; sleep 0.4; done"_s.arg(restartCount));
+    if (!played) {
+        return 1;
+    }
+    std::vector<double> waits;
+    Clock::time_point before;
+    for (const Clock::time_point moment : *played) {
+        const auto heard = std::ranges::lower_bound(session.impulses, moment);
+        if (moment - before > 200ms && heard != session.impulses.end()) {
+            waits.push_back(millisecondsBetween(moment, *heard));
+        }
+        before = moment;
+    }
+    report("first sound of a started player", waits);
     return 0;
 }
 
@@ -217,16 +260,19 @@ int run(const QStringList& arguments)
     const QString& what = arguments.value(1);
     const int number = arguments.value(2).toInt();
     if (what == u"player" && number > 0) {
-        playImpulses(static_cast<std::size_t>(number));
+        playImpulses(static_cast<std::size_t>(number), std::chrono::milliseconds(arguments.value(3).toInt()));
         return 0;
     }
     if (what == u"delay" && number > 0) {
-        return measureDelay(static_cast<std::size_t>(number));
+        return measureDelay(number);
+    }
+    if (what == u"restarts" && number > 0) {
+        return measureRestarts(number);
     }
     if (what == u"soak" && number > 0) {
         return soak(std::chrono::seconds(number));
     }
-    std::fprintf(stderr, "usage: LiveCaptureBenchmark delay IMPULSES | soak SECONDS\n"
+    std::fprintf(stderr, "usage: LiveCaptureBenchmark delay IMPULSES | restarts TIMES | soak SECONDS\n"
                          "Run it on tests/support/headless-desktop, or on a desktop with PipeWire.\n");
     return 2;
 }

@@ -35,14 +35,13 @@ inline double amplitudeOf(double frequency, std::span<const float> sound, int ra
     return weights > 0 ? 2 * std::hypot(real, imaginary) / weights : 0;
 }
 
-/// A WAV file of 16-bit samples at 48 kHz that holds one tone per channel.
-inline QByteArray toneFile(const std::vector<double>& frequencies, double amplitude, double seconds)
+/// A WAV file of 16-bit samples at 48 kHz that holds one tone of whole hertz per channel.
+inline QByteArray toneFile(const std::vector<double>& frequencies, double amplitude, int seconds)
 {
     constexpr int rate = 48'000;
     const auto channels = static_cast<std::uint16_t>(frequencies.size());
-    const auto frames = static_cast<std::uint32_t>(seconds * rate);
     const auto blockAlign = static_cast<std::uint16_t>(channels * 2);
-    const std::uint32_t bytes = frames * blockAlign;
+    const auto bytes = static_cast<std::uint32_t>(seconds * rate * blockAlign);
     QByteArray file;
     const auto put = [&file](auto value) { file.append(reinterpret_cast<const char*>(&value), sizeof(value)); };
     file.append("RIFF");
@@ -57,13 +56,14 @@ inline QByteArray toneFile(const std::vector<double>& frequencies, double amplit
     put(std::uint16_t{16});
     file.append("data");
     put(bytes);
-    file.reserve(file.size() + static_cast<qsizetype>(bytes));
-    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+    const qsizetype headerSize = file.size();
+    for (int frame = 0; frame < rate; ++frame) {
         for (const double frequency : frequencies) {
             const double value = amplitude * std::sin(2 * std::numbers::pi * frequency * frame / rate);
             put(static_cast<std::int16_t>(std::lround(value * 32767)));
         }
     }
+    file += file.sliced(headerSize).repeated(seconds - 1);
     return file;
 }
 
