@@ -4,8 +4,9 @@
 
 namespace quorvel {
 
-/// Where AppState keeps the interview context in the settings store.
+/// What the application keeps in the settings store.
 inline constexpr QLatin1StringView meetingContextKey("meeting.context");
 inline constexpr QLatin1StringView interviewSetupCompletedKey("interview.setup.completed");
+inline constexpr QLatin1StringView windowPlacementKey("window.placement");
 
 } // namespace quorvel

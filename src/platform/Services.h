@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Appearance.h"
 #include "platform/CaptureStream.h"
 #include "platform/Clock.h"
 #include "platform/KeyMonitor.h"
@@ -29,6 +30,7 @@ struct Services
     std::shared_ptr<PanelProvider> panels;
     std::shared_ptr<KeyMonitorProvider> keyMonitors;
     std::shared_ptr<Workspace> workspace;
+    std::shared_ptr<AppearanceProvider> appearance;
 };
 
 } // namespace quorvel::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Appearance.h"
 #include "platform/KeyMonitor.h"
 #include "platform/Panel.h"
 #include "platform/Workspace.h"
@@ -21,6 +22,16 @@ public:
     void setChangeHandler(std::function<void()> handler) override { changeHandler = std::move(handler); }
 
     std::optional<QRectF> visibleFrame = QRectF(0, 0, 1440, 875);
+    std::function<void()> changeHandler;
+};
+
+class FakeAppearance final : public platform::AppearanceProvider
+{
+public:
+    [[nodiscard]] platform::AppearanceSettings settings() const override { return current; }
+    void setChangeHandler(std::function<void()> handler) override { changeHandler = std::move(handler); }
+
+    platform::AppearanceSettings current;
     std::function<void()> changeHandler;
 };
 

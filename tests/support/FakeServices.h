@@ -25,6 +25,7 @@ struct FakeServices
     std::shared_ptr<FakePanels> panels = std::make_shared<FakePanels>();
     std::shared_ptr<FakeKeyMonitors> keyMonitors = std::make_shared<FakeKeyMonitors>();
     std::shared_ptr<FakeWorkspace> workspace = std::make_shared<FakeWorkspace>();
+    std::shared_ptr<FakeAppearance> appearance = std::make_shared<FakeAppearance>();
 
     [[nodiscard]] platform::Services services() const
     {
@@ -40,6 +41,7 @@ struct FakeServices
             .panels = panels,
             .keyMonitors = keyMonitors,
             .workspace = workspace,
+            .appearance = appearance,
         };
     }
 };

@@ -3,6 +3,9 @@
 #include "platform/linux/network/HttpExchange.h"
 #include "platform/linux/network/WebSocketConnection.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+
 namespace quorvel::platform {
 
 QtUrlSession::QtUrlSession(NetworkLimits limits)
@@ -25,6 +28,16 @@ Task<Result<UrlResponse>> QtUrlSession::send(UrlRequest request)
 std::shared_ptr<WebSocketTask> QtUrlSession::webSocketTask(QUrl url, std::weak_ptr<WebSocketDelegate> delegate)
 {
     return WebSocketConnection::create(std::move(url), std::move(delegate), m_limits, m_running);
+}
+
+void QtUrlSession::awaitClosed(std::chrono::milliseconds patience)
+{
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    deadline.start(patience);
+    while (m_running->isAnyClosing() && deadline.isActive()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
 }
 
 } // namespace quorvel::platform

@@ -5,6 +5,7 @@
 
 #include <QNetworkAccessManager>
 
+#include <chrono>
 #include <memory>
 
 namespace quorvel::platform {
@@ -26,6 +27,10 @@ public:
     [[nodiscard]] Task<Result<UrlResponse>> send(UrlRequest request) override;
     [[nodiscard]] std::shared_ptr<WebSocketTask> webSocketTask(QUrl url,
                                                                std::weak_ptr<WebSocketDelegate> delegate) override;
+
+    /// Runs the event loop until the WebSocket connections that were cancelled are closed on both sides, at most for
+    /// `patience`. For the end of the program: a server that has not read the close frame takes the end for a fault.
+    void awaitClosed(std::chrono::milliseconds patience);
 
 private:
     NetworkLimits m_limits;

@@ -12,6 +12,7 @@
 #include <boost/beast/websocket/error.hpp>
 #include <boost/beast/websocket/option.hpp>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -440,6 +441,11 @@ void RunningConnections::cancelAll()
     for (const std::shared_ptr<WebSocketConnection>& connection : connections) {
         connection->cancel(WebSocketCloseCode::goingAway, {});
     }
+}
+
+bool RunningConnections::isAnyClosing() const
+{
+    return std::ranges::any_of(m_connections, &WebSocketConnection::isClosing);
 }
 
 } // namespace quorvel::platform

@@ -47,6 +47,9 @@ public:
     [[nodiscard]] Task<Result<WebSocketMessage>> receive() override;
     void cancel(WebSocketCloseCode code, QByteArray reason) override;
 
+    /// Whether the owner has done with it while the close frames are still exchanged.
+    [[nodiscard]] bool isClosing() const { return m_state == State::closing; }
+
 private:
     using Stream = boost::beast::websocket::stream<SocketStream, false>;
     using ErrorCode = boost::system::error_code;
@@ -114,6 +117,7 @@ public:
     /// Lets go of it when the call that ends it has returned.
     void removeLater(std::shared_ptr<WebSocketConnection> connection);
     void cancelAll();
+    [[nodiscard]] bool isAnyClosing() const;
 
 private:
     void removeLeaving();

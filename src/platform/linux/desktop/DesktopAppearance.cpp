@@ -1,0 +1,133 @@
+#include "platform/linux/desktop/DesktopAppearance.h"
+
+#include <QColor>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QMap>
+#include <QPalette>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvel::platform {
+
+namespace {
+
+using Namespaces = QMap<QString, QVariantMap>;
+
+const auto service = u"org.freedesktop.portal.Desktop"_s;
+const auto path = u"/org/freedesktop/portal/desktop"_s;
+const auto interface = u"org.freedesktop.portal.Settings"_s;
+const auto appearance = u"org.freedesktop.appearance"_s;
+const auto gnomeInterface = u"org.gnome.desktop.interface"_s;
+
+/// A structure of three numbers from 0 to 1; anything else, as without an accent colour, is none.
+std::optional<std::uint32_t> accentOf(const QVariant& value)
+{
+    if (!value.canConvert<QDBusArgument>()) {
+        return std::nullopt;
+    }
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != u"(ddd)"_s) {
+        return std::nullopt;
+    }
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    argument.beginStructure();
+    argument >> red >> green >> blue;
+    argument.endStructure();
+    const QColor color = QColor::fromRgbF(static_cast<float>(red), static_cast<float>(green), static_cast<float>(blue));
+    return color.isValid() ? std::optional(color.rgb() & 0xFFFFFFU) : std::nullopt;
+}
+
+} // namespace
+
+DesktopAppearance::DesktopAppearance(QObject* parent)
+    : QObject(parent)
+{
+    qDBusRegisterMetaType<Namespaces>();
+    qGuiApp->installEventFilter(this);
+    QDBusConnection::sessionBus().connect(service, path, interface, u"SettingChanged"_s, this,
+                                          SLOT(take(QString, QString, QDBusVariant)));
+    askPortal();
+    m_told = settings();
+}
+
+void DesktopAppearance::askPortal()
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(service, path, interface, u"ReadAll"_s);
+    question << QStringList{appearance, gnomeInterface};
+    auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
+        const QDBusPendingReply<Namespaces> reply = *finished;
+        finished->deleteLater();
+        if (reply.isError()) {
+            return;
+        }
+        const Namespaces spaces = reply.value();
+        for (const auto& [space, values] : spaces.asKeyValueRange()) {
+            for (const auto& [key, value] : values.asKeyValueRange()) {
+                read(space, key, value);
+            }
+        }
+        tell();
+    });
+}
+
+AppearanceSettings DesktopAppearance::settings() const
+{
+    const bool isPaletteDark = QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5F;
+    return {.isDark = m_colorScheme == ColorScheme::noPreference ? isPaletteDark : m_colorScheme == ColorScheme::dark,
+            .reducesMotion = m_reducesMotion || !m_hasAnimations,
+            .accent = m_accent};
+}
+
+void DesktopAppearance::setChangeHandler(std::function<void()> handler)
+{
+    m_handler = std::move(handler);
+}
+
+bool DesktopAppearance::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::ApplicationPaletteChange) {
+        tell();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void DesktopAppearance::take(const QString& space, const QString& key, const QDBusVariant& value)
+{
+    read(space, key, value.variant());
+    tell();
+}
+
+void DesktopAppearance::read(const QString& space, const QString& key, const QVariant& value)
+{
+    if (space == appearance && key == u"color-scheme"_s) {
+        const uint scheme = value.toUInt();
+        m_colorScheme = scheme == 1 ? ColorScheme::dark : scheme == 2 ? ColorScheme::light : ColorScheme::noPreference;
+    } else if (space == appearance && key == u"accent-color"_s) {
+        m_accent = accentOf(value);
+    } else if (space == appearance && key == u"reduced-motion"_s) {
+        m_reducesMotion = value.toUInt() == 1;
+    } else if (space == gnomeInterface && key == u"enable-animations"_s) {
+        m_hasAnimations = value.toBool();
+    }
+}
+
+void DesktopAppearance::tell()
+{
+    if (std::exchange(m_told, settings()) != m_told && m_handler) {
+        m_handler();
+    }
+}
+
+} // namespace quorvel::platform
