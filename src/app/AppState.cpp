@@ -44,6 +44,7 @@ AppState::AppState(const platform::Services& services, const QUrl& backendOrigin
     , m_keyMonitors(services.keyMonitors)
     , m_settings(openSettingsStore(*services.userDefaults))
     , m_consentGate(m_settings)
+    , m_backendHost(backendOrigin.host())
     , m_availableSources({
           {.name = "title", .read = [](const CaptureSource& source) { return QVariant(source.displayName()); }},
           {.name = "subtitle", .read = [](const CaptureSource& source) { return QVariant(source.subtitle()); }},
@@ -227,6 +228,11 @@ void AppState::submitMockTranscript()
 void AppState::clearSuggestions()
 {
     m_suggestionEngine->clear();
+}
+
+bool AppState::isAudioArriving() const
+{
+    return quorvel::isAudioArriving(m_backendDiagnostics.lastAudioAt, m_clock->now());
 }
 
 QString AppState::currentSuggestionText() const

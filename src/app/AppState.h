@@ -107,20 +107,20 @@ public:
     [[nodiscard]] Task<> beginGoogleLogin();
     /// Takes the tokens of a sign-in callback; any other address is ignored.
     void handleAuthCallback(const QString& address);
-    void logout();
+    Q_INVOKABLE void logout();
     [[nodiscard]] bool isAuthenticated() const;
 
     // Interview context.
 
     void saveMeetingContext();
-    void saveInterviewSetup();
-    void resetInterviewSetup();
-    void closeInterviewSetup();
+    Q_INVOKABLE void saveInterviewSetup();
+    Q_INVOKABLE void resetInterviewSetup();
+    Q_INVOKABLE void closeInterviewSetup();
     [[nodiscard]] bool needsInterviewSetup() const;
     /// Lets the backend summarise a resume and takes its summary and key terms over.
     [[nodiscard]] Task<> extractResume(QUrl fileURL);
     /// Records the consent for good and closes the notice.
-    void acceptConsent();
+    Q_INVOKABLE void acceptConsent();
 
     // Sources and share mode.
 
@@ -131,13 +131,13 @@ public:
     [[nodiscard]] Task<> stopScreenShare();
     void toggleOverlay() override;
     Q_INVOKABLE void saveOverlaySettings() override;
-    void openScreenRecordingSettings();
+    Q_INVOKABLE void openScreenRecordingSettings();
 
     // OverlayHost.
 
     [[nodiscard]] const OverlaySettings& currentOverlaySettings() const override { return m_overlaySettings; }
     void setCurrentOverlaySettings(const OverlaySettings& settings) override { setOverlaySettings(settings); }
-    void clearSuggestions() override;
+    Q_INVOKABLE void clearSuggestions() override;
     [[nodiscard]] OverlayViewState* overlayViewState() override { return &m_overlayViewState; }
 
     // Properties.
@@ -184,6 +184,12 @@ public:
     [[nodiscard]] bool isAuthenticating() const { return m_isAuthenticating; }
     [[nodiscard]] const BackendDevelopmentFlags& developmentFlags() const { return m_developmentFlags; }
 
+    /// The store that all settings of the application share.
+    [[nodiscard]] platform::UserDefaults& settings() { return *m_settings; }
+    /// Where the backend is, for people to read.
+    [[nodiscard]] const QString& backendHost() const { return m_backendHost; }
+    /// Whether the backend has heard sound until now; says nothing when it falls silent.
+    [[nodiscard]] bool isAudioArriving() const;
     /// The suggestion to display; empty when there is none that asks for a response.
     [[nodiscard]] QString currentSuggestionText() const;
     [[nodiscard]] TranscriptStore* transcriptStore() { return m_transcriptStore.get(); }
@@ -295,6 +301,7 @@ private:
     std::shared_ptr<platform::KeyMonitorProvider> m_keyMonitors;
     std::shared_ptr<platform::UserDefaults> m_settings;
     ConsentGate m_consentGate;
+    QString m_backendHost;
 
     APIKeyStatus m_apiKeyStatus = APIKeyStatus::missing;
     SessionStatus m_sessionStatus = SessionStatus::idle;

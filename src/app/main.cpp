@@ -3,6 +3,7 @@
 #include "platform/linux/capture/PipeWireCaptureProvider.h"
 #include "platform/linux/capture/X11ShareableContentProvider.h"
 #include "platform/linux/desktop/AddressArguments.h"
+#include "platform/linux/desktop/DesktopAppearance.h"
 #include "platform/linux/desktop/DesktopKeyMonitors.h"
 #include "platform/linux/desktop/DesktopPanels.h"
 #include "platform/linux/desktop/DesktopScreens.h"
@@ -11,13 +12,18 @@
 #include "platform/linux/desktop/SecretServiceKeychain.h"
 #include "platform/linux/desktop/SessionBusInstance.h"
 #include "platform/linux/desktop/SystemClock.h"
+#include "platform/linux/desktop/TerminationSignals.h"
 #include "platform/linux/network/QtUrlSession.h"
+#include "views/MainViewModel.h"
 #include "views/SymbolImageProvider.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
 
+#include <chrono>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 using namespace quorvel;
 using namespace Qt::StringLiterals;
@@ -27,13 +33,16 @@ namespace {
 /// The base name of the desktop entry, and so the program's name on the session bus.
 const auto applicationId = u"com.quorvel.Quorvel"_s;
 
-platform::Services makeServices(QQmlEngine& engine)
+/// How long the end of the program waits for the backend's side of the farewell.
+constexpr std::chrono::seconds farewellPatience(1);
+
+platform::Services makeServices(QQmlEngine& engine, std::shared_ptr<platform::QtUrlSession> urlSession)
 {
     const auto mainThread = std::make_shared<platform::MainThread>();
     return {
         .mainThread = mainThread,
         .clock = std::make_shared<platform::SystemClock>(),
-        .urlSession = std::make_shared<platform::QtUrlSession>(),
+        .urlSession = std::move(urlSession),
         .userDefaults =
             std::make_shared<platform::IniUserDefaultsProvider>(platform::IniUserDefaultsProvider::defaultDirectory()),
         .keychain = std::make_shared<platform::SecretServiceKeychain>(),
@@ -43,6 +52,7 @@ platform::Services makeServices(QQmlEngine& engine)
         .panels = std::make_shared<platform::DesktopPanels>(engine),
         .keyMonitors = std::make_shared<platform::DesktopKeyMonitors>(),
         .workspace = std::make_shared<platform::DesktopWorkspace>(),
+        .appearance = std::make_shared<platform::DesktopAppearance>(),
     };
 }
 
@@ -62,16 +72,24 @@ int main(int argc, char** argv)
         return EXIT_SUCCESS;
     }
 
+    const platform::TerminationSignals terminationSignals(QCoreApplication::quit);
+
     QQmlEngine engine;
     engine.addImageProvider(u"symbols"_s, new SymbolImageProvider);
-    QuorvelApp app(makeServices(engine), QUrl(QString::fromLatin1(backendOrigin)), engine);
-    if (!app.showMainWindow()) {
+    const auto urlSession = std::make_shared<platform::QtUrlSession>();
+    QuorvelApp app(makeServices(engine, urlSession), QUrl(QString::fromLatin1(backendOrigin)), engine);
+    if (!app.showMainWindow(std::make_unique<MainViewModel>(app.appState()))) {
         return EXIT_FAILURE;
     }
     instance.onActivate = [&instance, &app] { instance.bringToFront(*app.mainWindow()); };
-    instance.onOpen = [&app](const QString& address) { app.appState().handleAuthCallback(address); };
+    instance.onOpen = [&app](const QString& address) { app.openUrl(address); };
     for (const QString& address : addresses) {
-        app.appState().handleAuthCallback(address);
+        app.openUrl(address);
     }
-    return QGuiApplication::exec();
+    const int status = QGuiApplication::exec();
+
+    // The shutdown has been scheduled by now; it runs here.
+    QCoreApplication::sendPostedEvents();
+    urlSession->awaitClosed(farewellPatience);
+    return status;
 }

@@ -10,12 +10,6 @@ namespace quorvel {
 
 namespace {
 
-bool hasRecentAudio(const OverlayInput& input, Timestamp now)
-{
-    using namespace std::chrono_literals;
-    return input.lastAudioAt && now - *input.lastAudioAt < 2500ms;
-}
-
 QString textFor(const OverlayInput& input, Timestamp now)
 {
     if (input.shouldRespond && !input.suggestion.isEmpty()) {
@@ -24,7 +18,7 @@ QString textFor(const OverlayInput& input, Timestamp now)
     if (!input.isRunning) {
         return u"Quorvel ready"_s;
     }
-    return hasRecentAudio(input, now) ? u"Listening..."_s : u"Waiting for audio..."_s;
+    return isAudioArriving(input.lastAudioAt, now) ? u"Listening..."_s : u"Waiting for audio..."_s;
 }
 
 QString iconFor(const OverlayInput& input, Timestamp now)
@@ -33,10 +27,16 @@ QString iconFor(const OverlayInput& input, Timestamp now)
         return u"text.bubble.fill"_s;
     }
     // The session's status plays no part: sound that was heard just now still shows after a stop.
-    return hasRecentAudio(input, now) ? u"waveform"_s : u"pause.circle"_s;
+    return isAudioArriving(input.lastAudioAt, now) ? u"waveform"_s : u"pause.circle"_s;
 }
 
 } // namespace
+
+bool isAudioArriving(const std::optional<Timestamp>& lastAudioAt, Timestamp now)
+{
+    using namespace std::chrono_literals;
+    return lastAudioAt && now - *lastAudioAt < 2500ms;
+}
 
 OverlayViewState::OverlayViewState(QObject* parent)
     : QObject(parent)

@@ -9,6 +9,9 @@
 
 namespace quorvel {
 
+/// Whether the backend has reported sound so recently that it counts as arriving: less than 2.5 seconds ago.
+[[nodiscard]] bool isAudioArriving(const std::optional<Timestamp>& lastAudioAt, Timestamp now);
+
 /// What the overlay's content depends on.
 struct OverlayInput
 {

@@ -1,13 +1,17 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import QtQuick.Templates as T
 import Quorvel.Views
 
 // The transcript on the left, everything else on the right.
-Item {
-    id: dashboard
+FocusScope {
+    id: view
 
-    required property AppState appState
+    required property MainViewModel main
+    readonly property AppState appState: main.appState
+
+    Component.onCompleted: main.dashboard.refreshSources()
 
     ColumnLayout {
         anchors.fill: parent
@@ -15,13 +19,16 @@ Item {
 
         TopBar {
             Layout.fillWidth: true
-            appState: dashboard.appState
+            dashboard: view.main.dashboard
         }
         ErrorBanner {
             Layout.fillWidth: true
-            visible: dashboard.appState.hasErrorMessage
-            message: dashboard.appState.errorMessage
-            onDismissed: dashboard.appState.dismissError()
+            visible: view.appState.hasErrorMessage
+            message: view.appState.errorMessage
+            offersRecovery: view.appState.capturePermissionRecoveryVisible
+            onDismissed: view.appState.dismissError()
+            onSettingsRequested: view.appState.openScreenRecordingSettings()
+            onQuitRequested: Qt.quit()
         }
 
         SplitView {
@@ -31,7 +38,19 @@ Item {
             Layout.rightMargin: 0
 
             handle: Item {
+                id: grip
+
+                readonly property color tint: T.SplitHandle.pressed ? Theme.accent : T.SplitHandle.hovered ? Theme.secondaryText : Theme.controlOutline
+
                 implicitWidth: Theme.padding
+
+                Rectangle {
+                    anchors.centerIn: parent
+                    width: 3
+                    height: 36
+                    radius: 1.5
+                    color: grip.tint
+                }
             }
 
             Card {
@@ -41,7 +60,7 @@ Item {
 
                 TranscriptView {
                     anchors.fill: parent
-                    store: dashboard.appState.transcriptStore
+                    store: view.appState.transcriptStore
                 }
             }
 
@@ -49,28 +68,40 @@ Item {
                 id: side
 
                 SplitView.minimumWidth: 400
-                SplitView.preferredWidth: 500
+                SplitView.preferredWidth: view.main.sideWidth
                 contentWidth: availableWidth
-                rightPadding: Theme.padding
+                rightPadding: Theme.padding + 4
+                ScrollBar.vertical.policy: ScrollBar.AlwaysOn
+                onWidthChanged: if (width >= 400) {
+                    view.main.sideWidth = width;
+                }
 
                 ColumnLayout {
                     width: side.availableWidth
                     spacing: Theme.padding
 
+                    LiveHealthPanel {
+                        Layout.fillWidth: true
+                        dashboard: view.main.dashboard
+                    }
                     SuggestionsPanel {
                         Layout.fillWidth: true
-                        engine: dashboard.appState.suggestionEngine
+                        engine: view.appState.suggestionEngine
                     }
-                    OverlayPreviewView {
+                    OverlaySettingsGroup {
                         Layout.fillWidth: true
-                        appState: dashboard.appState
+                        appState: view.appState
                     }
-                    MockTranscriptPanel {
+                    AccountPanel {
                         Layout.fillWidth: true
-                        appState: dashboard.appState
+                        dashboard: view.main.dashboard
                     }
                 }
             }
         }
+    }
+
+    SharePickerView {
+        picker: view.main.sharePicker
     }
 }

@@ -1,70 +1,56 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Quorvel.Views
 
 // The suggested answers so far, newest first.
-Card {
+Panel {
     id: panel
 
     required property SuggestionEngine engine
 
-    implicitHeight: column.implicitHeight + 2 * Theme.padding
+    RowLayout {
+        Layout.fillWidth: true
+
+        SectionHeader {
+            Layout.fillWidth: true
+            symbol: "text.bubble"
+            title: qsTr("Suggestions")
+        }
+        Spinner {
+            visible: panel.engine.isWorking
+            label: qsTr("Working on a suggestion")
+        }
+    }
 
     ColumnLayout {
-        id: column
+        Layout.fillWidth: true
+        visible: repeater.count === 0
+        spacing: 6
 
-        anchors.fill: parent
-        anchors.margins: Theme.padding
-        spacing: Theme.spacing
-
-        RowLayout {
+        StyledText {
             Layout.fillWidth: true
-
-            SectionHeader {
-                Layout.fillWidth: true
-                symbol: "text.bubble"
-                title: qsTr("Suggestions")
-            }
-            BusyIndicator {
-                visible: panel.engine.isWorking
-                running: visible
-                implicitWidth: 20
-                implicitHeight: 20
-                Accessible.name: qsTr("Working on a suggestion")
-            }
+            text: qsTr("No suggestion yet.")
+            font.family: Theme.body.family
+            font.pixelSize: 24
         }
-
-        ColumnLayout {
+        StyledText {
             Layout.fillWidth: true
-            visible: repeater.count === 0
-            spacing: 6
-
-            StyledText {
-                Layout.fillWidth: true
-                text: qsTr("No suggestion yet.")
-                font.family: Theme.body.family
-                font.pixelSize: 24
-            }
-            StyledText {
-                Layout.fillWidth: true
-                isSecondary: true
-                text: qsTr("Choose a source and let the interviewer ask a question. Suggestions will appear here and in the overlay.")
-            }
+            isSecondary: true
+            text: qsTr("Choose a source and let the interviewer ask a question. Suggestions will appear here and in the overlay.")
         }
+    }
 
-        ColumnLayout {
-            Layout.fillWidth: true
-            visible: repeater.count > 0
-            spacing: 10
+    ColumnLayout {
+        Layout.fillWidth: true
+        visible: repeater.count > 0
+        spacing: 10
 
-            Repeater {
-                id: repeater
+        Repeater {
+            id: repeater
 
-                model: panel.engine.history
-                delegate: SuggestionRow {
-                    Layout.fillWidth: true
-                }
+            model: panel.engine.history
+            delegate: SuggestionRow {
+                Layout.fillWidth: true
             }
         }
     }

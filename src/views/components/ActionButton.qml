@@ -9,15 +9,15 @@ T.Button {
     property string symbol: ""
     property bool isProminent: false
     property color prominentColor: Theme.accent
+    property color prominentTextColor: Theme.accentText
+    // Without a frame until the pointer rests on it.
+    property bool isPlain: false
+    property color plainColor: isDestructive ? Theme.danger : Theme.primaryText
     property bool isDestructive: false
     // The name where the button shows only a symbol; it is shown as a tip, too.
     property string label: text
 
-    readonly property color textColor: {
-        if (isProminent)
-            return Theme.accentText;
-        return isDestructive ? Theme.errorSurface : Theme.primaryText;
-    }
+    readonly property color textColor: isProminent ? prominentTextColor : plainColor
 
     implicitWidth: Math.max(implicitContentWidth + leftPadding + rightPadding, implicitHeight)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
@@ -31,12 +31,19 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: label
+    // This toolkit version tells assistive technology of no control that it is disabled.
+    Accessible.description: enabled ? "" : qsTr("Unavailable")
+    Accessible.focusable: enabled
     // A press through assistive technology; the stock button of this toolkit version ignores it.
-    Accessible.onPressAction: if (enabled) {
-        button.clicked();
+    Accessible.onPressAction: press()
+    Keys.onReturnPressed: press()
+    Keys.onEnterPressed: press()
+
+    function press() {
+        if (enabled) {
+            clicked();
+        }
     }
-    Keys.onReturnPressed: button.clicked()
-    Keys.onEnterPressed: button.clicked()
 
     contentItem: Row {
         spacing: 8
@@ -63,7 +70,7 @@ T.Button {
     background: Rectangle {
         radius: Theme.radius
         color: button.isProminent ? prominent() : plain()
-        border.width: button.isProminent ? 0 : 1
+        border.width: button.isProminent || button.isPlain ? 0 : 1
         border.color: Theme.controlOutline
 
         Behavior on color {
@@ -80,6 +87,8 @@ T.Button {
             return button.down ? Qt.darker(button.prominentColor, 1.2) : button.hovered ? Qt.lighter(button.prominentColor, 1.1) : button.prominentColor;
         }
         function plain(): color {
+            if (button.isPlain)
+                return Qt.alpha(button.plainColor, button.down ? 0.2 : button.hovered ? 0.1 : 0);
             return button.down ? Theme.controlPressed : button.hovered ? Theme.controlHovered : Theme.control;
         }
     }

@@ -7,7 +7,11 @@ Rectangle {
     id: banner
 
     required property string message
+    // Whether the way to the system's settings is offered, and what it takes.
+    property bool offersRecovery: false
     signal dismissed
+    signal settingsRequested
+    signal quitRequested
 
     implicitHeight: row.implicitHeight + 16
     color: Theme.errorSurface
@@ -29,14 +33,42 @@ Rectangle {
             color: Theme.errorText
             size: 18
         }
-        SelectableText {
+        ColumnLayout {
             Layout.fillWidth: true
-            text: banner.message
-            color: Theme.errorText
+            spacing: 6
+
+            SelectableText {
+                Layout.fillWidth: true
+                text: banner.message
+                color: Theme.errorText
+            }
+            StyledText {
+                Layout.fillWidth: true
+                visible: banner.offersRecovery
+                text: qsTr("After changing this macOS permission, Quorvel must be fully quit and reopened.")
+                font: Theme.caption
+                color: Theme.errorText
+            }
+            Row {
+                visible: banner.offersRecovery
+                spacing: 8
+
+                ActionButton {
+                    text: qsTr("Open Settings")
+                    onClicked: banner.settingsRequested()
+                }
+                ActionButton {
+                    text: qsTr("Quit App")
+                    onClicked: banner.quitRequested()
+                }
+            }
         }
         ActionButton {
+            Layout.alignment: Qt.AlignTop
             symbol: "xmark"
             label: qsTr("Dismiss error")
+            isPlain: true
+            plainColor: Theme.errorText
             onClicked: banner.dismissed()
         }
     }

@@ -8,6 +8,7 @@ RowLayout {
 
     required property string symbol
     required property string title
+    property font font: Theme.headline
 
     spacing: 8
     Accessible.role: Accessible.Heading
@@ -16,12 +17,12 @@ RowLayout {
     SymbolIcon {
         symbol: header.symbol
         color: Theme.accent
-        size: Math.round(Theme.baseSize * 1.7)
+        size: Math.round(header.font.pointSize * 1.7)
     }
     Text {
         Layout.fillWidth: true
         text: header.title
-        font: Theme.headline
+        font: header.font
         color: Theme.primaryText
         elide: Text.ElideRight
         textFormat: Text.PlainText

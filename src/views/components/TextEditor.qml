@@ -12,6 +12,7 @@ ScrollView {
     signal edited
 
     clip: true
+    contentWidth: availableWidth
 
     TextArea {
         id: area

@@ -6,7 +6,11 @@ import QtQuick
 QtObject {
     id: theme
 
-    readonly property bool isDark: systemPalette.window.hslLightness < 0.5
+    // What the user asked of the desktop; the main window keeps them up to date.
+    property bool isDark: false
+    property bool reducesMotion: false
+    property color accent: "#4F46E5"
+    property color accentText: "#FFFFFF"
 
     readonly property color gradientStart: isDark ? "#16181D" : "#F7F8FB"
     readonly property color gradientEnd: isDark ? "#1E222B" : "#E9EDF6"
@@ -21,13 +25,12 @@ QtObject {
 
     readonly property color primaryText: isDark ? "#F2F3F7" : "#16181D"
     readonly property color secondaryText: isDark ? "#A9AFBD" : "#596072"
-    readonly property color accent: isDark ? "#8B87F8" : "#4F46E5"
-    readonly property color accentHovered: isDark ? "#9D99FA" : "#4338CA"
-    readonly property color accentPressed: isDark ? "#7C77F2" : "#3730A3"
-    readonly property color accentText: isDark ? "#12131A" : "#FFFFFF"
     readonly property color good: isDark ? "#3FCF7F" : "#1A8048"
     readonly property color waiting: isDark ? "#F5A524" : "#B45309"
+    readonly property color waitingText: isDark ? "#12131A" : "#FFFFFF"
+    readonly property color danger: isDark ? "#FF8A80" : "#B42323"
     readonly property color errorSurface: isDark ? "#9F2F2F" : "#B42323"
+    readonly property color veil: Qt.rgba(0, 0, 0, isDark ? 0.55 : 0.35)
     readonly property color errorText: "#FFFFFF"
 
     readonly property int radius: 8
@@ -35,20 +38,24 @@ QtObject {
     readonly property int padding: 14
     readonly property int focusWidth: 2
 
-    readonly property int quickMotion: 120
+    // Milliseconds.
+    readonly property int quickMotion: reducesMotion ? 0 : 120
+    readonly property int slowMotion: reducesMotion ? 0 : 180
 
     readonly property real baseSize: Application.font.pointSize > 0 ? Application.font.pointSize : 10
     readonly property font largeTitle: type(1.9, Font.Bold)
     readonly property font secondTitle: type(1.4, Font.DemiBold)
+    readonly property font boldSecondTitle: type(1.4, Font.Bold)
     readonly property font thirdTitle: type(1.2, Font.Normal)
+    readonly property font strongThirdTitle: type(1.2, Font.DemiBold)
     readonly property font headline: type(1.0, Font.DemiBold)
     readonly property font body: type(1.0, Font.Normal)
     readonly property font callout: type(0.95, Font.Normal)
+    readonly property font strongCallout: type(0.95, Font.Medium)
     readonly property font subheadline: type(0.9, Font.Normal)
     readonly property font caption: type(0.85, Font.Normal)
     readonly property font strongCaption: type(0.85, Font.DemiBold)
-
-    readonly property SystemPalette systemPalette: SystemPalette {}
+    readonly property font boldCaption: type(0.85, Font.Bold)
 
     function type(scale: real, weight: int): font {
         return Qt.font({
