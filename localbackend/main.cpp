@@ -2,20 +2,37 @@
 #include "server/Program.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <iostream>
+#include <span>
+#include <string_view>
 #include <vector>
 
 using namespace quorvel::localbackend;
 
-int main(int argc, char** argv)
+namespace {
+
+/// Reads the block that the program was started with, so that nothing depends on what others set later.
+Environment environmentIn(const std::span<char*> block)
+{
+    return [block](std::string_view name) -> std::string {
+        for (const std::string_view entry : block) {
+            if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=')
+                return std::string(entry.substr(name.size() + 1));
+        }
+        return {};
+    };
+}
+
+} // namespace
+
+int main(int argc, char** argv, char** environmentBlock)
 {
     // A peer that leaves while it is written to must not end the program.
     std::signal(SIGPIPE, SIG_IGN);
-    const Environment environment = [](const char* name) {
-        const char* value = std::getenv(name);
-        return value == nullptr ? std::string() : std::string(value);
-    };
+    std::size_t variables = 0;
+    while (environmentBlock[variables] != nullptr)
+        ++variables;
+    const Environment environment = environmentIn({environmentBlock, variables});
     const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
     const auto options = parseOptions(arguments, environment);
     if (!options) {

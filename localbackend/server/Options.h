@@ -26,7 +26,7 @@ struct Options
 };
 
 /// Reads an environment variable; empty when it is not set.
-using Environment = std::function<std::string(const char* name)>;
+using Environment = std::function<std::string(std::string_view name)>;
 
 /// Reads the arguments after the program's name. Fails with Invalid and one line for the user.
 [[nodiscard]] Result<Options> parseOptions(std::span<const std::string_view> arguments, const Environment& environment);

@@ -53,7 +53,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("line");
         for (std::size_t i = 0; i < interviews.size(); ++i) {
             for (std::size_t j = 0; j < interviews.at(i).lines.size(); ++j)
-                QTest::addRow("%zu/%s", i, interviews.at(i).lines.at(j).utterance.data())
+                QTest::newRow(std::string(interviews.at(i).lines.at(j).utterance).c_str())
                     << static_cast<int>(i) << static_cast<int>(j);
         }
     }

@@ -14,8 +14,8 @@ Result<Options> parsed(const QList<QByteArray>& arguments, const std::map<std::s
     for (const auto& argument : arguments)
         texts.push_back(argument.toStdString());
     const std::vector<std::string_view> views(texts.begin(), texts.end());
-    return parseOptions(views, [&](const char* name) {
-        const auto found = variables.find(name);
+    return parseOptions(views, [&](std::string_view name) {
+        const auto found = variables.find(std::string(name));
         return found == variables.end() ? std::string() : found->second;
     });
 }
@@ -104,10 +104,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, count);
         QFETCH(int, descriptor);
         const auto socket = handedOverSocket(
-            [&](const char* name) {
-                return std::string_view(name) == "LISTEN_PID" ? pid.toStdString() : count.toStdString();
-            },
-            42);
+            [&](std::string_view name) { return name == "LISTEN_PID" ? pid.toStdString() : count.toStdString(); }, 42);
         QCOMPARE(socket.value_or(-2), descriptor);
     }
 };

@@ -17,12 +17,13 @@ using namespace quorvel::localbackend;
 
 namespace {
 
+constexpr std::size_t mebibyte = 1024UL * 1024;
 constexpr std::string_view docxType = "application/vnd.openxmlformats-officedocument.wordprocessingml.document";
 
 /// A ZIP archive with the given entries.
 std::string zipped(const std::vector<std::pair<std::string, std::string>>& entries)
 {
-    std::string bytes(64 * 1024 * 1024, '\0');
+    std::string bytes(64 * mebibyte, '\0');
     std::size_t used = 0;
     archive* writer = archive_write_new();
     archive_write_set_format_zip(writer);
@@ -44,7 +45,7 @@ std::string zipped(const std::vector<std::pair<std::string, std::string>>& entri
 
 std::string document(std::string_view body)
 {
-    return "<?xml version=\"1.0\"?><w:document xmlns:w=\"w\"><w:body>" + std::string(body) + "</w:body></w:document>";
+    return R"(<?xml version="1.0"?><w:document xmlns:w="w"><w:body>)" + std::string(body) + "</w:body></w:document>";
 }
 
 std::string docx(std::string_view body)
@@ -133,12 +134,12 @@ private Q_SLOTS:
         row("archive cut short", docx("<w:p/>").substr(0, 90));
         row("no main part", zipped({{"word/other.xml", "<x/>"}}));
         row("path traversal instead of the main part", zipped({{"../word/document.xml", document("<w:t>x</w:t>")}}));
-        row("expands without end", zipped({{"word/document.xml", std::string(40 * 1024 * 1024, ' ')}}));
-        row("endless other part", zipped({{"word/media.bin", std::string(40 * 1024 * 1024, ' ')}}));
+        row("expands without end", zipped({{"word/document.xml", std::string(40 * mebibyte, ' ')}}));
+        row("endless other part", zipped({{"word/media.bin", std::string(40 * mebibyte, ' ')}}));
         row("too many parts", zipped(std::vector<std::pair<std::string, std::string>>(3000, {"x", ""})));
         row("broken XML", zipped({{"word/document.xml", "<w:document><w:p></w:document>"}}));
         row("entities",
-            zipped({{"word/document.xml", "<!DOCTYPE a [<!ENTITY b \"ha\"><!ENTITY c \"&b;&b;\">]><a>&c;</a>"}}));
+            zipped({{"word/document.xml", R"(<!DOCTYPE a [<!ENTITY b "ha"><!ENTITY c "&b;&b;">]><a>&c;</a>)"}}));
         std::string deep;
         for (int i = 0; i < 5000; ++i)
             deep += "<w:p>";
@@ -214,14 +215,14 @@ private Q_SLOTS:
         // Only what is meant to run into the wall-clock limit may meet it, however busy the machine is.
         const ChildLimits limits{.wallClock = timedOut ? std::chrono::milliseconds{1500} : std::chrono::minutes{1},
                                  .processorSeconds = 1,
-                                 .fileBytes = 1024 * 1024,
+                                 .fileBytes = mebibyte,
                                  .outputBytes = 100'000};
         const auto outcome = runChild({"/bin/sh", "-c", script.toStdString()}, directory.path().toStdString(), limits);
         QVERIFY(outcome);
         QCOMPARE(outcome->exitCode, exitCode);
         QCOMPARE(outcome->timedOut, timedOut);
         QCOMPARE(outcome->outputCut, outputCut);
-        QVERIFY(QFileInfo(directory.filePath(QStringLiteral("big"))).size() <= 1024 * 1024);
+        QVERIFY(QFileInfo(directory.filePath(QStringLiteral("big"))).size() <= static_cast<qint64>(mebibyte));
     }
 
     void missingProgramIsReported() { QVERIFY(!runChild({"/nonexistent"}, "/", {})); }

@@ -82,8 +82,8 @@ private Q_SLOTS:
             std::memcpy(bytes.data(), samples.data() + at, bytes.size());
             socket.sendBytes(bytes);
         }
-        QVERIFY(!stringAt(socket.next({"transcript.delta"}), "partial").value().empty());
-        QCOMPARE(stringAt(socket.next({"transcript.final"}), "text").value(), std::string("Go forward ten meters"));
+        QVERIFY(!textAt(socket.next({"transcript.delta"}), "partial").empty());
+        QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("Go forward ten meters"));
 
         program.terminate();
         QCOMPARE(socket.closeCode(), 1001);

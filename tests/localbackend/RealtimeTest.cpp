@@ -1,7 +1,6 @@
 #include "fixtures/TestServer.h"
 #include "realtime/Messages.h"
 #include "realtime/Outbox.h"
-#include "support/Json.h"
 
 #include <QTest>
 
@@ -18,11 +17,6 @@ std::string rawFrame(unsigned char firstByte, std::string_view payload)
     frame += std::string(4, '\0');
     frame += payload;
     return frame;
-}
-
-std::string text(const boost::json::object& message, std::string_view key)
-{
-    return stringAt(message, key).value_or("(none)");
 }
 
 } // namespace
@@ -50,23 +44,23 @@ private Q_SLOTS:
         TestSocket socket(server.port());
         QCOMPARE(socket.open("/ws/realtime"), 101);
         auto status = socket.next({"session.status"});
-        QCOMPARE(text(status, "state") + " " + text(status, "transcriber"), std::string("idle waiting"));
+        QCOMPARE(textAt(status, "state") + " " + textAt(status, "transcriber"), std::string("idle waiting"));
         socket.sendText(sessionStart());
         status = socket.next({"session.status"});
-        QCOMPARE(text(status, "state") + " " + text(status, "transcriber"), std::string("starting connecting"));
+        QCOMPARE(textAt(status, "state") + " " + textAt(status, "transcriber"), std::string("starting connecting"));
         status = socket.next({"session.status"});
-        QCOMPARE(text(status, "state") + " " + text(status, "transcriber"), std::string("running connected"));
+        QCOMPARE(textAt(status, "state") + " " + textAt(status, "transcriber"), std::string("running connected"));
         QVERIFY(!status.contains("message"));
 
         socket.sendSound(1);
         auto message = socket.next({"transcript.delta"});
-        QCOMPARE(text(message, "text") + "|" + text(message, "partial"), std::string("why|why"));
+        QCOMPARE(textAt(message, "text") + "|" + textAt(message, "partial"), std::string("why|why"));
         socket.sendSound(1);
         message = socket.next({"transcript.delta"});
-        QCOMPARE(text(message, "text") + "|" + text(message, "partial"), std::string("us|why us"));
+        QCOMPARE(textAt(message, "text") + "|" + textAt(message, "partial"), std::string("us|why us"));
         socket.sendSound(2);
         message = socket.next({"transcript.delta", "transcript.final"});
-        QCOMPARE(text(message, "type") + "|" + text(message, "text"), std::string("transcript.final|why us"));
+        QCOMPARE(textAt(message, "type") + "|" + textAt(message, "text"), std::string("transcript.final|why us"));
         message = socket.next({"suggestion.update"});
         QCOMPARE(message, (boost::json::object{{"type", "suggestion.update"},
                                                {"shouldRespond", true},
@@ -76,12 +70,12 @@ private Q_SLOTS:
 
         socket.sendText(contextUpdate("Engineer"));
         socket.sendSound(2);
-        QCOMPARE(text(socket.next({"suggestion.update"}), "suggestion"), std::string("Engineer: why us"));
+        QCOMPARE(textAt(socket.next({"suggestion.update"}), "suggestion"), std::string("Engineer: why us"));
 
         socket.sendText(R"({"type":"session.stop"})");
         status = socket.next({"session.status"});
-        QCOMPARE(text(status, "state") + " " + text(status, "transcriber"), std::string("stopped closed"));
-        QCOMPARE(text(socket.next({"transcript.final"}), "text"), std::string("ended by a pause"));
+        QCOMPARE(textAt(status, "state") + " " + textAt(status, "transcriber"), std::string("stopped closed"));
+        QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("ended by a pause"));
     }
 
     void diagnosticsCount()
@@ -94,7 +88,7 @@ private Q_SLOTS:
         QCOMPARE(tick, (boost::json::object{{"type", "diagnostic.tick"}, {"audioBytes", 0}, {"commits", 0}}));
         socket.sendSound(2, 480);
         socket.sendSound(0, 100);
-        QCOMPARE(text(socket.next({"transcript.final"}), "text"), std::string("why us"));
+        QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("why us"));
         tick = socket.next({"diagnostic.tick"});
         QCOMPARE(tick, (boost::json::object{{"type", "diagnostic.tick"},
                                             {"audioBytes", 1160},
@@ -103,7 +97,7 @@ private Q_SLOTS:
                                             {"lastTranscriptAt", "2027-01-15T08:00:00Z"},
                                             {"latencyMs", 0}}));
         server.clock().advance(std::chrono::seconds{2});
-        QCOMPARE(text(socket.next({"transcript.final"}), "text"), std::string("ended by a pause"));
+        QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("ended by a pause"));
     }
 
     void degradationIsTold()
@@ -112,18 +106,20 @@ private Q_SLOTS:
         TestSocket socket(server.port());
         QCOMPARE(socket.open("/ws/realtime"), 101);
         socket.sendText(sessionStart());
-        while (text(socket.next({"session.status"}), "state") != "running") {
+        while (textAt(socket.next({"session.status"}), "state") != "running") {
         }
         socket.sendSound(4);
         socket.sendSound(3);
         auto status = socket.next({"session.status"});
-        QCOMPARE(text(status, "message"), std::string("The server is busy: 7 seconds of sound were not transcribed."));
+        QCOMPARE(textAt(status, "message"),
+                 std::string("The server is busy: 7 seconds of sound were not transcribed."));
         socket.sendSound(4);
         status = socket.next({"session.status"});
-        QCOMPARE(text(status, "state") + text(status, "message"), std::string("running(none)"));
+        QCOMPARE(textAt(status, "state") + textAt(status, "message"), std::string("running(none)"));
         socket.sendSound(5);
         const auto error = socket.next({"error"});
-        QCOMPARE(text(error, "severity") + ": " + text(error, "message"), std::string("fatal: The recogniser broke."));
+        QCOMPARE(textAt(error, "severity") + ": " + textAt(error, "message"),
+                 std::string("fatal: The recogniser broke."));
         QCOMPARE(socket.closeCode(), 1008);
     }
 
@@ -163,13 +159,13 @@ private Q_SLOTS:
             socket.sendText(sessionStart());
         socket.sendText(message.toStdString());
         const auto error = socket.next({"error"});
-        QCOMPARE(text(error, "severity"), std::string(fatal ? "fatal" : "recoverable"));
-        QVERIFY(text(error, "message").ends_with('.'));
+        QCOMPARE(textAt(error, "severity"), std::string(fatal ? "fatal" : "recoverable"));
+        QVERIFY(textAt(error, "message").ends_with('.'));
         if (fatal) {
             QCOMPARE(socket.closeCode(), 1008);
         } else {
             socket.sendSound(2);
-            QCOMPARE(text(socket.next({"transcript.final"}), "text"), std::string("why us"));
+            QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("why us"));
         }
     }
 
@@ -179,16 +175,16 @@ private Q_SLOTS:
         TestSocket early(server.port());
         QCOMPARE(early.open("/ws/realtime"), 101);
         early.sendSound(0);
-        QCOMPARE(text(early.next({"error"}), "severity"), std::string("fatal"));
+        QCOMPARE(textAt(early.next({"error"}), "severity"), std::string("fatal"));
 
         TestSocket socket(server.port());
         QCOMPARE(socket.open("/ws/realtime"), 101);
         socket.sendText(sessionStart());
         socket.sendBytes("abc");
-        QCOMPARE(text(socket.next({"error"}), "severity"), std::string("recoverable"));
+        QCOMPARE(textAt(socket.next({"error"}), "severity"), std::string("recoverable"));
         socket.sendBytes("");
         socket.sendSound(2);
-        QCOMPARE(text(socket.next({"transcript.final"}), "text"), std::string("why us"));
+        QCOMPARE(textAt(socket.next({"transcript.final"}), "text"), std::string("why us"));
     }
 
     void malformedFramesEndTheConnection_data()
@@ -226,7 +222,7 @@ private Q_SLOTS:
         QCOMPARE(first.open("/ws/realtime"), 101);
         QCOMPARE(second.open("/ws/realtime"), 101);
         second.sendText(sessionStart());
-        while (text(second.next({"session.status"}), "state") != "running") {
+        while (textAt(second.next({"session.status"}), "state") != "running") {
         }
         int firstCode = 0;
         std::thread reader([&] { firstCode = first.closeCode(); });
