@@ -25,6 +25,19 @@ struct AppStateFixture : FakeServices
         shareableContent->reading.setResult(
             content({{7, QStringLiteral("Meet - Weekly sync"), QStringLiteral("Chrome")}}));
     }
+    /// Ends what a test still holds or keeps open, and lets those who waited for it end as well.
+    ~AppStateFixture()
+    {
+        state.reset();
+        urlSession.reset();
+        capture->steps->start.release();
+        capture->steps->stop.release();
+        settle();
+    }
+    AppStateFixture(const AppStateFixture&) = delete;
+    AppStateFixture(AppStateFixture&&) = delete;
+    AppStateFixture& operator=(const AppStateFixture&) = delete;
+    AppStateFixture& operator=(AppStateFixture&&) = delete;
 
     void storeContext(const MeetingContext& context, bool isCompleted) const
     {

@@ -91,6 +91,19 @@ private:
 class FakeUrlSession final : public platform::UrlSession
 {
 public:
+    FakeUrlSession() = default;
+    /// Connections end with their session.
+    ~FakeUrlSession() override
+    {
+        for (const auto& socket : webSockets) {
+            socket->cancel(platform::WebSocketCloseCode::goingAway, {});
+        }
+    }
+    FakeUrlSession(const FakeUrlSession&) = delete;
+    FakeUrlSession(FakeUrlSession&&) = delete;
+    FakeUrlSession& operator=(const FakeUrlSession&) = delete;
+    FakeUrlSession& operator=(FakeUrlSession&&) = delete;
+
     [[nodiscard]] Task<Result<platform::UrlResponse>> send(platform::UrlRequest request) override
     {
         const QString path = request.url.path();
