@@ -96,6 +96,39 @@ SecretItem* bestOf(const Items& items)
     return items ? itemOf(items.get()) : nullptr;
 }
 
+/// A main context of this thread alone, for the library's asynchronous calls. Its blocking calls have one too, but let
+/// it go before what a refused prompt leaves there is cleaned up.
+class OwnContext
+{
+public:
+    OwnContext() { g_main_context_push_thread_default(m_context.get()); }
+    ~OwnContext()
+    {
+        while (g_main_context_iteration(m_context.get(), FALSE) != FALSE) {
+        }
+        g_main_context_pop_thread_default(m_context.get());
+    }
+    OwnContext(const OwnContext&) = delete;
+    OwnContext(OwnContext&&) = delete;
+    OwnContext& operator=(const OwnContext&) = delete;
+    OwnContext& operator=(OwnContext&&) = delete;
+
+    /// Given to a call together with the place for its result.
+    static void keep(GObject* /*source*/, GAsyncResult* result, gpointer place)
+    {
+        static_cast<Object<GAsyncResult>*>(place)->reset(G_ASYNC_RESULT(g_object_ref(result)));
+    }
+    void await(const Object<GAsyncResult>& result) const
+    {
+        while (!result) {
+            g_main_context_iteration(m_context.get(), TRUE);
+        }
+    }
+
+private:
+    std::unique_ptr<GMainContext, Releaser<&g_main_context_unref>> m_context{g_main_context_new()};
+};
+
 /// A conversation with the service that never asks the user.
 class Session
 {
@@ -154,9 +187,12 @@ KeychainLookup Session::add(const KeychainQuery& item, const QByteArray& data)
     const Attributes attributes = attributesOf(item);
     const Value value(secret_value_new(data.constData(), data.size(), "text/plain"));
     const QByteArray label = "Quorvel: " + item.account.toUtf8();
-    const Object<SecretItem> added(secret_item_create_sync(collection.get(), schema(), attributes.get(),
-                                                           label.constData(), value.get(), SECRET_ITEM_CREATE_NONE,
-                                                           m_cancellable, m_error.out()));
+    const OwnContext context;
+    Object<GAsyncResult> result;
+    secret_item_create(collection.get(), schema(), attributes.get(), label.constData(), value.get(),
+                       SECRET_ITEM_CREATE_NONE, m_cancellable, &OwnContext::keep, &result);
+    context.await(result);
+    const Object<SecretItem> added(secret_item_create_finish(result.get(), m_error.out()));
     return status();
 }
 
