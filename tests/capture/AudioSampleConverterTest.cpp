@@ -5,10 +5,12 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
+#include <span>
 
 using namespace Qt::StringLiterals;
 using quorvel::platform::AudioSampleBuffer;
@@ -181,7 +183,8 @@ void AudioSampleConverterTest::everyKernelEqualsThePlainRule()
         for (std::size_t count = 0; count <= most; ++count) {
             for (std::size_t offset = 0; offset <= sizeof(float); ++offset) {
                 std::vector<std::byte> source(count * sizeof(float) + offset);
-                std::memcpy(source.data() + offset, samples.data(), count * sizeof(float));
+                std::ranges::copy(std::as_bytes(std::span(samples).first(count)),
+                                  source.begin() + static_cast<std::ptrdiff_t>(offset));
                 std::vector<std::byte> pcm(2 * count + offset + 1, std::byte{0x5A});
                 kernels.floatToPcm16(source.data() + offset, count, pcm.data() + offset);
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -182,7 +183,8 @@ std::vector<std::uint32_t> X11ContentReader::takeNumbers(xcb_get_property_cookie
         return {};
     }
     std::vector<std::uint32_t> numbers(static_cast<std::size_t>(property->bytes.size()) / sizeof(std::uint32_t));
-    std::memcpy(numbers.data(), property->bytes.constData(), numbers.size() * sizeof(std::uint32_t));
+    std::ranges::copy(std::as_bytes(std::span(property->bytes)).first(numbers.size() * sizeof(std::uint32_t)),
+                      std::as_writable_bytes(std::span(numbers)).begin());
     return numbers;
 }
 
