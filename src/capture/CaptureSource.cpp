@@ -19,7 +19,7 @@ QString CaptureSource::subtitle() const
 
 QString CaptureSource::displayName() const
 {
-    return title.isEmpty() ? applicationName : title;
+    return kind != CaptureSourceKind::screen && title.isEmpty() ? applicationName : title;
 }
 
 } // namespace quorvel

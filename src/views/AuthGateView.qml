@@ -46,7 +46,7 @@ FocusScope {
                 label: qsTr("Email")
                 inputMethodHints: Qt.ImhEmailCharactersOnly
                 text: view.appState.authEmail
-                onTextEdited: view.appState.authEmail = text
+                onTextChanged: view.appState.authEmail = text
                 Keys.onReturnPressed: otp.press()
                 Keys.onEnterPressed: otp.press()
             }
@@ -76,7 +76,7 @@ FocusScope {
                     label: qsTr("6-digit code")
                     inputMethodHints: Qt.ImhDigitsOnly
                     text: view.appState.authCode
-                    onTextEdited: view.appState.authCode = text
+                    onTextChanged: view.appState.authCode = text
                     Keys.onReturnPressed: verify.press()
                     Keys.onEnterPressed: verify.press()
                 }

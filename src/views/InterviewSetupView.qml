@@ -210,19 +210,19 @@ FocusScope {
                         Layout.fillWidth: true
                         label: qsTr("Role")
                         text: view.appState.meetingContext.userRole
-                        onTextEdited: view.appState.meetingContext.userRole = text
+                        onTextChanged: view.appState.meetingContext.userRole = text
                     }
                     InputField {
                         Layout.fillWidth: true
                         label: qsTr("Goal")
                         text: view.appState.meetingContext.meetingGoal
-                        onTextEdited: view.appState.meetingContext.meetingGoal = text
+                        onTextChanged: view.appState.meetingContext.meetingGoal = text
                     }
                     InputField {
                         Layout.fillWidth: true
                         label: qsTr("Tone")
                         text: view.appState.meetingContext.tone
-                        onTextEdited: view.appState.meetingContext.tone = text
+                        onTextChanged: view.appState.meetingContext.tone = text
                     }
                     StyledText {
                         Layout.fillWidth: true

@@ -73,7 +73,8 @@ Window {
         onPageChanged: setSource(page, {
             "main": window.main
         })
-        onLoaded: (item as Item).forceActiveFocus()
+        // No more than that: a sheet that is open keeps the keyboard.
+        onLoaded: (item as Item).focus = true
     }
 
     ApplicationMenu {
@@ -92,5 +93,7 @@ Window {
     }
     OnboardingView {
         main: window.main
+        // The screen below may be another one than when the sheet took the keyboard.
+        onClosed: (screen.item as Item).forceActiveFocus()
     }
 }

@@ -15,6 +15,7 @@ ListView {
     leftMargin: 18
     rightMargin: 18
     boundsBehavior: Flickable.StopAtBounds
+    activeFocusOnTab: true
     model: picker.visibleSources
     Accessible.role: Accessible.List
     Accessible.name: qsTr("Sources")

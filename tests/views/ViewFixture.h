@@ -7,6 +7,7 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTemporaryFile>
 
@@ -39,14 +40,19 @@ struct ViewFixture : AppStateFixture
         });
         QAccessible::setActive(true);
         app = std::make_unique<QuorvelApp>(services(), origin(), engine);
-        if (!app->showMainWindow(std::make_unique<MainViewModel>(app->appState()))) {
+        auto model = std::make_unique<MainViewModel>(app->appState());
+        m_mainModel = model.get();
+        if (!app->showMainWindow(std::move(model))) {
             return false;
         }
         window = app->mainWindow();
         state = app->appState().shared_from_this();
         settle();
-        return QTest::qWaitForWindowExposed(window);
+        window->requestActivate();
+        return QTest::qWaitForWindowActive(window);
     }
+
+    [[nodiscard]] MainViewModel& mainModel() const { return *m_mainModel; }
 
     /// The first visible control with this role and name, or null.
     [[nodiscard]] QAccessibleInterface* find(QAccessible::Role role, const QString& name) const
@@ -65,16 +71,56 @@ struct ViewFixture : AppStateFixture
         return waitUntil([&] { return find(role, name) == nullptr; }, std::chrono::seconds(2));
     }
 
-    /// Presses a button; false when there is none of this name.
-    [[nodiscard]] bool press(const QString& name) const
+    /// Presses a control as assistive technology does; false when there is none of this name.
+    [[nodiscard]] bool press(const QString& name, QAccessible::Role role = QAccessible::Button) const
     {
-        QAccessibleInterface* button = find(QAccessible::Button, name);
-        if (button == nullptr || button->actionInterface() == nullptr) {
+        QAccessibleInterface* control = find(role, name);
+        if (control == nullptr || control->actionInterface() == nullptr) {
             return false;
         }
-        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        control->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         settle();
         return true;
+    }
+
+    /// Replaces the text of a box; false when there is none of this name.
+    [[nodiscard]] bool enter(const QString& name, const QString& text) const
+    {
+        QAccessibleInterface* box = find(QAccessible::EditableText, name);
+        if (box == nullptr) {
+            return false;
+        }
+        box->setText(QAccessible::Value, text);
+        settle();
+        return true;
+    }
+
+    /// The name of the control that has the keyboard.
+    [[nodiscard]] QString focused() const
+    {
+        QAccessibleInterface* control = QAccessible::queryAccessibleInterface(window->activeFocusItem());
+        return control != nullptr ? control->text(QAccessible::Name) : QString();
+    }
+
+    /// Presses the tab key until the control of this name has the keyboard; false when a whole round has not found it.
+    [[nodiscard]] bool tabTo(const QString& name) const
+    {
+        constexpr int moreThanThereAreControls = 60;
+        for (int press = 0; press < moreThanThereAreControls; ++press) {
+            if (focused() == name) {
+                return true;
+            }
+            QTest::keyClick(window, Qt::Key_Tab);
+        }
+        return false;
+    }
+
+    void type(const QString& text) const
+    {
+        for (const QChar character : text) {
+            QTest::keyClick(window, character.toLatin1());
+        }
+        settle();
     }
 
     /// What assistive technology sees, a line for each control; for messages of failed tests.
@@ -119,6 +165,8 @@ private:
         }
         return nullptr;
     }
+
+    MainViewModel* m_mainModel = nullptr;
 };
 
 } // namespace quorvel::test

@@ -27,6 +27,7 @@ ListView {
     orientation: Qt.Horizontal
     interactive: false
     keyNavigationEnabled: false
+    activeFocusOnTab: true
     model: titles
     Accessible.role: Accessible.Grouping
     Accessible.name: label
@@ -38,7 +39,7 @@ ListView {
         color: Theme.controlPressed
     }
 
-    delegate: T.AbstractButton {
+    delegate: T.RadioButton {
         id: segment
 
         required property string modelData
@@ -50,14 +51,12 @@ ListView {
         height: picker ? picker.height : 0
         checked: ListView.isCurrentItem
         text: modelData
-        focusPolicy: checked ? Qt.StrongFocus : Qt.ClickFocus
+        focusPolicy: Qt.StrongFocus
+        focus: ListView.isCurrentItem
         onClicked: picker.choose(index)
         Keys.onLeftPressed: picker.step(-1)
         Keys.onRightPressed: picker.step(1)
-        Accessible.role: Accessible.RadioButton
         Accessible.name: text
-        Accessible.checkable: true
-        Accessible.checked: checked
         Accessible.onPressAction: picker.choose(index)
         Accessible.onToggleAction: picker.choose(index)
 
