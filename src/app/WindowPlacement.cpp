@@ -18,6 +18,8 @@ namespace {
 constexpr int largestSide = 32'768;
 /// Room for the title bar that the window manager adds above.
 constexpr int titleBar = 40;
+/// What the tallest screen needs.
+constexpr int smallestHeight = 640;
 
 int sensible(const QJsonValue& value, int fallback)
 {
@@ -50,7 +52,8 @@ QRect WindowPlacement::frameOn(const QRect& available, const OverlaySettings& ov
     // The overlay ends `topOffset` below the top, and lower where it would leave the display at the top.
     const int overlayEnd = static_cast<int>(std::ceil(std::max(overlay.topOffset, overlay.height)));
     const int width = std::min(size.width(), available.width());
-    const int height = std::min(size.height(), std::max(0, available.height() - titleBar));
+    const int roomBelow = std::max(smallestHeight, available.height() - overlayEnd - titleBar);
+    const int height = std::min({size.height(), roomBelow, std::max(0, available.height() - titleBar)});
     const int lowestTop = available.y() + available.height() - height;
     const int top = std::min(available.y() + overlayEnd + titleBar, lowestTop);
     return {available.x() + (available.width() - width) / 2, top, width, height};

@@ -9,11 +9,10 @@ FocusScope {
     required property MainViewModel main
     readonly property AppState appState: main.appState
 
-    Flickable {
+    ScrollArea {
         anchors.fill: parent
+        focus: true
         contentHeight: column.implicitHeight + 64
-        clip: true
-        boundsBehavior: Flickable.StopAtBounds
 
         ColumnLayout {
             id: column

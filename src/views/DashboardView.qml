@@ -64,12 +64,11 @@ FocusScope {
                 }
             }
 
-            ScrollView {
+            ScrollArea {
                 id: side
 
                 SplitView.minimumWidth: 400
                 SplitView.preferredWidth: view.main.sideWidth
-                contentWidth: availableWidth
                 rightPadding: Theme.padding + 4
                 ScrollBar.vertical.policy: ScrollBar.AlwaysOn
                 onWidthChanged: if (width >= 400) {

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Dialogs
 import QtQuick.Layouts
 import Quorvel.Views
@@ -33,12 +32,11 @@ FocusScope {
             Layout.fillHeight: true
             setup: view.setup
         }
-        ScrollView {
+        ScrollArea {
             id: scroll
 
             Layout.fillWidth: true
             Layout.fillHeight: true
-            contentWidth: availableWidth
 
             ColumnLayout {
                 x: 24

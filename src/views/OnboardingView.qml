@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Quorvel.Views
 
@@ -14,11 +13,10 @@ Sheet {
     closePolicy: Sheet.NoAutoClose
     onClosed: main.appState.showOnboarding = false
 
-    ScrollView {
+    ScrollArea {
         id: scroll
 
         anchors.fill: parent
-        contentWidth: availableWidth
         padding: 28
         focus: true
         Keys.onReturnPressed: view.main.appState.acceptConsent()

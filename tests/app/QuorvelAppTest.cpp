@@ -49,9 +49,9 @@ private Q_SLOTS:
         QTest::newRow("second display") << QSize(1000, 700) << QRect(1920, 0, 1920, 1080) << 60.0
                                         << QRect(1920 + 460, 90 + 40, 1000, 700);
         QTest::newRow("little room") << QSize(1080, 700) << QRect(0, 0, 1366, 768) << 126.0
-                                     << QRect(143, 68, 1080, 700);
+                                     << QRect(143, 128, 1080, 640);
         QTest::newRow("larger than the display")
-            << QSize(4000, 3000) << QRect(0, 0, 1280, 800) << 126.0 << QRect(0, 40, 1280, 760);
+            << QSize(4000, 3000) << QRect(0, 0, 1280, 800) << 126.0 << QRect(0, 160, 1280, 640);
     }
 
     void placesTheWindow()

@@ -101,6 +101,27 @@ private Q_SLOTS:
         QVERIFY(!state().isAuthenticated());
     }
 
+    /// Every stop of the tab key on the fullest screen has a name and says that it has the keyboard.
+    void namesEveryStop()
+    {
+        QVERIFY(m_view->open());
+        state().setMockModeEnabled(true);
+        QVERIFY(m_view->press(u"Advanced Overlay Settings"_s));
+        QVERIFY(m_view->tabTo(u"Choose Source"_s));
+        QStringList stops;
+        do {
+            stops << m_view->focused();
+            QTest::keyClick(m_view->window, Qt::Key_Tab);
+        } while (m_view->focused() != stops.first() && stops.size() < 60);
+        QCOMPARE(stops.join(u"; "),
+                 QStringList({u"Choose Source"_s, u"Interview setup"_s, u"Clear transcript"_s, u"Transcript"_s,
+                              u"Advanced Overlay Settings"_s, u"Width"_s, u"Height"_s, u"Opacity"_s, u"Top Offset"_s,
+                              u"Click-through overlay"_s, u"Apply Overlay Settings"_s, u"Edit Interview Setup"_s,
+                              u"Mock transcript mode"_s, u"Mock transcript"_s, u"Submit Mock Transcript"_s,
+                              u"Log Out"_s, u"Quorvel"_s})
+                     .join(u"; "));
+    }
+
     void takesMockLinesIn()
     {
         QVERIFY(m_view->open());

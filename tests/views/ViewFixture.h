@@ -95,11 +95,12 @@ struct ViewFixture : AppStateFixture
         return true;
     }
 
-    /// The name of the control that has the keyboard.
+    /// The name of the control that has the keyboard, as far as it tells assistive technology so.
     [[nodiscard]] QString focused() const
     {
         QAccessibleInterface* control = QAccessible::queryAccessibleInterface(window->activeFocusItem());
-        return control != nullptr ? control->text(QAccessible::Name) : QString();
+        const bool isTold = control != nullptr && control->state().focusable && control->state().focused;
+        return isTold ? control->text(QAccessible::Name) : QString();
     }
 
     /// Presses the tab key until the control of this name has the keyboard; false when a whole round has not found it.

@@ -26,12 +26,13 @@ ScrollView {
         selectedTextColor: Theme.accentText
         selectByMouse: true
         padding: 10
-        KeyNavigation.priority: KeyNavigation.BeforeItem
-        KeyNavigation.tab: area.nextItemInFocusChain(true)
-        KeyNavigation.backtab: area.nextItemInFocusChain(false)
+        Keys.priority: Keys.BeforeItem
+        Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+        Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
         Accessible.role: Accessible.EditableText
         Accessible.name: editor.label
         Accessible.multiLine: true
+        Accessible.focusable: true
         onTextChanged: editor.edited()
 
         background: Rectangle {
