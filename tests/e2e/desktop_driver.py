@@ -36,6 +36,8 @@ class Application:
         for index in range(desktop.get_child_count()):
             application = desktop.get_child_at_index(index)
             if application is not None and application.get_name() == self.name:
+                # What this library remembers it brings up to date by an event loop only, which does not run here.
+                application.set_cache_mask(Atspi.Cache.NONE)
                 yield from self._below(application, visible)
 
     def _below(self, node, visible):
