@@ -1,12 +1,5 @@
-#!/usr/bin/python3
-"""The main job on a desktop, with everything real: a media player speaks interview questions in a window that is titled
-like a meeting; Quorvel is driven through its accessibility interface from the consent to the stop.
-
-usage: meeting PROGRAMS OUTPUT
-
-PROGRAMS is the folder of quorvel and quorvel-backend. OUTPUT receives screenshots, the programs' logs and the timeline.
-Runs inside tests/support/headless-desktop, and fails if the job was not done.
-"""
+"""An interview on a desktop, with everything real: the backend, the application, and a media player that speaks questions in
+a window titled like a meeting. The application is driven through its accessibility interface."""
 
 import json
 import os
@@ -14,7 +7,6 @@ import pathlib
 import signal
 import socket
 import subprocess
-import sys
 import time
 
 from desktop_driver import Application, Atspi, NotThere, wait_for
@@ -30,17 +22,21 @@ Nine years of distributed systems in C++ and Python. Led the migration of a paym
 Kubernetes without downtime. Reduced the latency of an order pipeline by sixty percent with Kafka and PostgreSQL.
 Mentored four engineers."""
 JOB = "We look for an engineer who owns the reliability of our order pipeline and explains trade-offs clearly."
+LEAD_SECONDS = 1
 PAUSE_SECONDS = 4
-BACKEND = ("127.0.0.1", 8787)
 
 
-class Meeting:
+class Interview:
+    """The programs of one interview; everything they leave goes to one folder."""
+
     def __init__(self, programs, output):
         self.programs = programs
         self.output = output
         self.start = time.monotonic()
         self.timeline = []
         self.processes = {}
+        self.question_ends = []  # seconds from the player's start
+        self.player_start = 0.0
         self.application = Application("quorvel")
 
     def note(self, kind, text):
@@ -62,16 +58,19 @@ class Meeting:
         subprocess.run(["import", "-window", "root", str(self.output / f"{name}.png")], check=True)
 
     def prepare_sound(self):
-        """One recording of all questions, each followed by a pause for the answer."""
-        parts = []
+        """One recording of all questions, each followed by a pause for the answer; notes where each of them ends."""
+        parts, length = [], 0.0
         for number, question in enumerate(QUESTIONS):
-            part = self.output / f"question-{number + 1}.wav"
             spoken = self.output / "spoken.wav"
+            part = self.output / f"question-{number + 1}.wav"
             subprocess.run(["flite", "-voice", "slt", "-t", question, "-o", str(spoken)], check=True)
-            subprocess.run(["sox", str(spoken), "-r", "48000", "-c", "2", str(part), "pad", "1", str(PAUSE_SECONDS)],
-                           check=True)
-            spoken.unlink()
+            seconds = float(subprocess.run(["soxi", "-D", str(spoken)], check=True, capture_output=True, text=True).stdout)
+            subprocess.run(["sox", str(spoken), "-r", "48000", "-c", "2", str(part), "pad", str(LEAD_SECONDS),
+                            str(PAUSE_SECONDS)], check=True)
+            self.question_ends.append(length + LEAD_SECONDS + seconds)
+            length += LEAD_SECONDS + seconds + PAUSE_SECONDS
             parts.append(str(part))
+        spoken.unlink()
         recording = self.output / "interview.wav"
         subprocess.run(["sox", *parts, str(recording)], check=True)
         return recording
@@ -108,7 +107,6 @@ class Meeting:
         app.press(TITLE, Atspi.Role.PUSH_BUTTON)
         app.wait("Session: Running")
         self.note("session", "running")
-        self.play()
 
     def play(self):
         """Lets the player go on."""
@@ -116,6 +114,7 @@ class Meeting:
             connection.connect(str(self.output / "player.socket"))
             connection.sendall(b'{"command": ["set_property", "pause", false]}\n')
             connection.recv(1024)
+        self.player_start = time.monotonic()
         self.note("player", "speaks")
 
     def turns(self):
@@ -126,73 +125,56 @@ class Meeting:
                 if not name.startswith(("Final: ", "Partial: ", "Mock: "))]
 
     def follow(self, seconds):
-        """Notes what appears until every question has a turn and a suggestion."""
+        """Notes what appears until every question has a turn and a suggestion: texts and the seconds until then."""
         seen_turns, seen_suggestions = [], []
         deadline = time.monotonic() + seconds
         while len(seen_turns) < len(QUESTIONS) or len(seen_suggestions) < len(QUESTIONS):
             if time.monotonic() > deadline:
                 raise NotThere(f"{len(seen_turns)} turns and {len(seen_suggestions)} suggestions of {len(QUESTIONS)}")
+            played = time.monotonic() - self.player_start
             for turn in self.turns()[len(seen_turns):]:
-                seen_turns.append(turn)
-                self.note("transcript", turn.removeprefix("Final: "))
-            for suggestion in self.suggestions():
-                if suggestion not in seen_suggestions:
-                    seen_suggestions.append(suggestion)
-                    self.note("suggestion", suggestion)
-                    self.screenshot(f"answer-{len(seen_suggestions)}")
+                seen_turns.append((turn.removeprefix("Final: "), played))
+                self.note("transcript", seen_turns[-1][0])
+            known = [text for text, _ in seen_suggestions]
+            for suggestion in reversed([text for text in self.suggestions() if text not in known]):
+                seen_suggestions.append((suggestion, played))
+                self.note("suggestion", suggestion)
+                self.screenshot(f"answer-{len(seen_suggestions)}")
             time.sleep(0.05)
         return seen_turns, seen_suggestions
 
-    def run(self):
-        home = self.output / "documents"
-        home.mkdir(exist_ok=True)
-        (home / "resume.txt").write_text(RESUME)
-        recording = self.prepare_sound()
+    def start_backend(self):
         self.launch("backend", [str(self.programs / "quorvel-backend"), "--state-dir", str(self.output / "state")])
+        wait_for("the backend", lambda: "Listening" in (self.output / "backend.log").read_text())
+
+    def start_player(self):
         self.launch("player", ["mpv", "--no-config", "--ao=pipewire", "--vo=x11", "--force-window=yes", "--no-terminal",
                                "--keep-open=yes", "--pause", f"--title={TITLE}", "--geometry=480x270+40+600",
-                               f"--input-ipc-server={self.output}/player.socket", str(recording)])
-        # The window manager gives the keyboard to the newest window, which is to be ours.
+                               f"--input-ipc-server={self.output}/player.socket", str(self.output / "interview.wav")])
+        # The window manager gives the keyboard to the newest window, which is to be the application's.
         subprocess.run(["xdotool", "search", "--sync", "--name", f"^{TITLE}$"], check=True, stdout=subprocess.DEVNULL,
                        timeout=20)
+
+    def start_application(self):
+        documents = self.output / "documents"
+        documents.mkdir(exist_ok=True)
+        (documents / "resume.txt").write_text(RESUME)
         environment = dict(os.environ, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
-        self.launch("quorvel", [str(self.programs / "quorvel")], cwd=home, env=environment)
-        self.set_up()
-        self.listen()
-        turns, suggestions = self.follow(60)
+        self.launch("quorvel", [str(self.programs / "quorvel")], cwd=documents, env=environment)
+
+    def start_everything(self):
+        self.prepare_sound()
+        self.start_backend()
+        self.start_player()
+        self.start_application()
+
+    def stop_listening(self):
         self.application.press("Stop")
         self.application.wait("Session: Idle")
         self.note("session", "stopped")
-        self.screenshot("stopped")
-        status = self.end("quorvel")
-        self.note("end", f"status {status}")
-        if status != 0:
-            raise NotThere(f"an orderly end (status {status})")
-        print("\nAsked, heard and suggested:")
-        for question, turn, suggestion in zip(QUESTIONS, turns, suggestions):
-            print(f"  Q  {question}\n  T  {turn.removeprefix('Final: ')}\n  S  {suggestion}\n")
 
     def close(self):
         (self.output / "timeline.json").write_text(json.dumps(self.timeline, indent=1))
         for process in self.processes.values():
             process.kill()
             process.wait()
-
-
-def main():
-    if len(sys.argv) != 3:
-        sys.exit(__doc__)
-    output = pathlib.Path(sys.argv[2]).resolve()
-    output.mkdir(parents=True, exist_ok=True)
-    meeting = Meeting(pathlib.Path(sys.argv[1]).resolve(), output)
-    try:
-        meeting.run()
-    except (NotThere, subprocess.SubprocessError) as error:
-        meeting.screenshot("failed")
-        print(f"The job was not done: {error}.\nOn the screen:\n{meeting.application.description()}", file=sys.stderr)
-        sys.exit(1)
-    finally:
-        meeting.close()
-
-
-main()
