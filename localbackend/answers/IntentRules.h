@@ -14,7 +14,8 @@ enum class QuestionKind : std::uint8_t {
     Strength,
     Weakness,
     Failure,
-    Situation, ///< "tell me about a time when", "how do you handle"
+    Experience, ///< "have you worked with"
+    Situation,  ///< "tell me about a time when", "how do you handle"
     Future,
     Leaving,
     Salary,

@@ -160,7 +160,7 @@ private:
         }
         text += "Example: ";
         text += evidence ? sentence(spoken(line(*evidence)))
-                         : std::string("give a case of your own; the resume names none on this.");
+                         : std::string("Give a case of your own; the resume names none on this.");
         double confidence = guidanceConfidence;
         if (evidence)
             confidence = confidenceFrom(evidence->coverage);
@@ -183,12 +183,13 @@ private:
             confidence = m_job.sentences().empty() ? guidanceConfidence : 0.7;
             break;
         case QuestionKind::Future:
-            text = "I want to grow in work like this: " + jobLine("say which part of the role you want to grow in") +
+            text = posting("I want to grow in what your posting describes: ",
+                           "Say which part of the role you want to grow in.") +
                    " Say in one sentence what you want to have learnt by then.";
             break;
         case QuestionKind::Leaving:
             text = "Speak of what draws you, not of what you leave. " +
-                   sentence("I am looking for this: " + jobLine("name what the new role offers"));
+                   posting("Your posting is what I look for: ", "Name what the new role offers.");
             break;
         case QuestionKind::Salary:
             text = "Ask for the range of the position first, then name yours. What matters to me is the whole offer "
@@ -204,11 +205,19 @@ private:
             break;
         case QuestionKind::Failure:
             text = "Take a failure of your own: what you tried, what went wrong, what you changed since. The resume "
-                   "tells of none, so choose one "
-                   "that ended with something learnt.";
+                   "tells of none, so choose one that ended with something learnt.";
             break;
-        case QuestionKind::Strength:
-            return story(question, bestAchievement());
+        case QuestionKind::Strength: {
+            auto shown = story(question, bestAchievement());
+            shown.text = "Name the strength in a word, then show it. " + shown.text;
+            return shown;
+        }
+        case QuestionKind::Experience:
+            if (const auto evidence = find(question))
+                return story(question, evidence);
+            text =
+                "The resume holds nothing on this: say so, name what comes closest, and how you would learn the rest.";
+            break;
         case QuestionKind::Situation:
         case QuestionKind::General:
             return story(question, find(question));
@@ -252,17 +261,23 @@ private:
         std::string text;
         if (!m_role.empty() && m_role != "Candidate")
             text = sentence("I am here as " + m_role) + " ";
-        text += sentence(lines.front());
-        if (const auto best = bestAchievement(); best && best->line != 0)
+        // Everybody in the room knows the name that a resume begins with.
+        const std::size_t first = lines.size() > 1 && looksLikeAName(lines.front()) ? 1 : 0;
+        text += sentence(lines[first]);
+        if (const auto best = bestAchievement(); best && best->line != first)
             text += " " + sentence(spoken(line(*best)));
-        return text + " " + sentence("What I look for now: " + jobLine("say why this role is next"));
+        return text + " " + posting("What brings me here is this in your posting: ", "Say why this role is next.");
     }
 
     std::string motivation() const
     {
-        std::string text = sentence("What draws me is this part of the role: " + jobLine("name what draws you"));
-        if (const auto evidence = find(joined(m_job.sentences())))
-            text += " It fits what I have done: " + sentence(lowerStart(spoken(line(*evidence))));
+        std::string text = posting("What draws me is this in your posting: ", "Name what draws you.");
+        const auto& lines = m_resume.sentences();
+        const auto hits = m_resume.find(termsOf(joined(m_job.sentences())));
+        const auto done =
+            std::ranges::find_if(hits, [&](const auto& hit) { return tellsAnAction(lines[hit.sentence]); });
+        if (done != hits.end())
+            text += " It fits what I have done: " + sentence(spoken(lines[done->sentence]));
         return text;
     }
 
@@ -270,16 +285,19 @@ private:
     {
         return "Yes. What would a good first half year in this position look like? How does the team decide what to do "
                "next? " +
-               sentence("And how does this look in daily work: " + jobLine("name a point of the job description"));
+               posting("And what does this in your posting look like in daily work: ",
+                       "Ask about a point of the job description, too.");
     }
 
-    /// The line of the job description that the resume bears on the most, else the fallback.
-    std::string jobLine(std::string_view fallback) const
+    /// The line of the job description that the resume bears on the most, quoted after the lead; without a description
+    /// the advice stands alone.
+    std::string posting(std::string_view lead, std::string_view advice) const
     {
+        const auto& lines = m_job.sentences();
+        if (lines.empty())
+            return std::string(advice);
         const auto hits = m_job.find(termsOf(joined(m_resume.sentences()) + " " + joined(m_keyterms)));
-        if (!hits.empty())
-            return sentence(m_job.sentences()[hits.front().sentence]);
-        return m_job.sentences().empty() ? sentence(std::string(fallback)) : sentence(m_job.sentences().front());
+        return std::string(lead) + sentence(lines[hits.empty() ? 0 : hits.front().sentence]);
     }
 
     /// An action with an outcome, preferably with a figure, that bears on the job.

@@ -77,6 +77,16 @@ bool namesAPosition(std::string_view sentence)
         words, [](const std::string& word) { return std::ranges::find(positionWords, word) != positionWords.end(); });
 }
 
+bool looksLikeAName(std::string_view sentence)
+{
+    constexpr std::size_t mostWords = 4;
+    const auto words = splitTrimmed(sentence, " ");
+    const auto isNamePart = [](std::string_view word) {
+        return word.front() >= 'A' && word.front() <= 'Z' && !contains(positionWords, lowerCased(word));
+    };
+    return words.size() > 1 && words.size() <= mostWords && std::ranges::all_of(words, isNamePart);
+}
+
 Achievement splitAchievement(std::string_view sentence)
 {
     for (std::size_t at = sentence.find(','); at != std::string_view::npos; at = sentence.find(',', at + 1)) {

@@ -25,6 +25,9 @@ struct Achievement
 /// Whether the line names a position or an employer rather than an action, such as "Engineer at Acme, 2019 to 2023".
 [[nodiscard]] bool namesAPosition(std::string_view sentence);
 
+/// Whether the line is nothing but a name: two to four words with a capital each, none of them a position.
+[[nodiscard]] bool looksLikeAName(std::string_view sentence);
+
 /// The text with its first letter in lower case, unless the first word is a name or an abbreviation.
 [[nodiscard]] std::string lowerStart(std::string_view text);
 
