@@ -90,27 +90,33 @@ Result<std::unique_ptr<PhraseDecoder>> RecognitionWorker::borrow(const std::shar
 
 void RecognitionWorker::giveBack(std::unique_ptr<PhraseDecoder> decoder)
 {
-    m_free.push_back(std::move(decoder));
-    wakeNext();
+    // Handed over, not only offered: a stream that begins a phrase before the waiting one runs would take it.
+    if (auto stream = nextWaiting()) {
+        asio::post(m_thread, [stream = std::move(stream), decoder = std::move(decoder)]() mutable {
+            stream->resume(std::move(decoder));
+        });
+    } else {
+        m_free.push_back(std::move(decoder));
+    }
 }
 
 void RecognitionWorker::discard(std::unique_ptr<PhraseDecoder> decoder)
 {
     decoder.reset();
     --m_decoders;
-    wakeNext();
+    if (auto stream = nextWaiting())
+        schedule(std::move(stream));
 }
 
-void RecognitionWorker::wakeNext()
+std::shared_ptr<StreamRecognition> RecognitionWorker::nextWaiting()
 {
     while (!m_waiting.empty()) {
-        const auto stream = m_waiting.front().lock();
+        auto stream = m_waiting.front().lock();
         m_waiting.pop_front();
-        if (stream && !stream->isClosed()) {
-            schedule(stream);
-            return;
-        }
+        if (stream && !stream->isClosed())
+            return stream;
     }
+    return nullptr;
 }
 
 } // namespace quorvel::localbackend

@@ -40,8 +40,8 @@ public:
 
     // For the streams, on the thread:
 
-    /// A free decoder; null when all are taken, and then the stream is stepped when its turn comes. Fails when none can
-    /// be made.
+    /// A free decoder; null when all are taken, and then the stream is resumed with one when its turn comes. Fails when
+    /// none can be made.
     [[nodiscard]] Result<std::unique_ptr<PhraseDecoder>> borrow(const std::shared_ptr<StreamRecognition>& stream);
     void giveBack(std::unique_ptr<PhraseDecoder> decoder);
     /// Ends a decoder that failed; another may be made in its place.
@@ -50,7 +50,8 @@ public:
     void schedule(std::shared_ptr<StreamRecognition> stream);
 
 private:
-    void wakeNext();
+    /// The open stream that has waited for a decoder the longest, which then waits no more; or null.
+    [[nodiscard]] std::shared_ptr<StreamRecognition> nextWaiting();
 
     DecoderSourceFactory m_makeSource;
     RecognitionLimits m_limits;

@@ -139,6 +139,17 @@ void StreamRecognition::step()
     }
 }
 
+void StreamRecognition::resume(std::unique_ptr<PhraseDecoder> decoder)
+{
+    if (m_closed) {
+        m_worker.giveBack(std::move(decoder));
+        return;
+    }
+    m_waiting = false;
+    if (beginWith(std::move(decoder)))
+        step();
+}
+
 void StreamRecognition::takeFrames()
 {
     std::size_t at = 0;
@@ -173,7 +184,13 @@ bool StreamRecognition::beginPhrase()
         m_waiting = true;
         return false;
     }
-    m_decoder = std::move(*decoder);
+    return beginWith(std::move(*decoder));
+}
+
+/// False when the stream has failed.
+bool StreamRecognition::beginWith(std::unique_ptr<PhraseDecoder> decoder)
+{
+    m_decoder = std::move(decoder);
     m_lastPartial.clear();
     m_sincePartial = 0;
     if (const auto begun = m_decoder->begin(m_channel); !begun) {

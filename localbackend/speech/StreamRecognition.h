@@ -30,6 +30,8 @@ public:
 
     /// Recognises the next tenth of a second of what waits.
     void step();
+    /// Goes on with the decoder that it has waited for.
+    void resume(std::unique_ptr<PhraseDecoder> decoder);
 
 private:
     struct Chunk
@@ -42,6 +44,7 @@ private:
     void leaveOldestOut();
     void takeFrames();
     [[nodiscard]] bool beginPhrase();
+    [[nodiscard]] bool beginWith(std::unique_ptr<PhraseDecoder> decoder);
     void decode(std::span<const std::int16_t> samples);
     void tellPartial();
     void endPhrase();

@@ -273,6 +273,48 @@ private Q_SLOTS:
         QCOMPARE(behaviour.decoders.load(), 1);
     }
 
+    void longestWaitingStreamIsNext_data()
+    {
+        QTest::addColumn<int>("silence");
+        for (int silence = 4; silence < 12; ++silence)
+            QTest::addRow("after %d00 ms", silence) << silence;
+    }
+    void longestWaitingStreamIsNext()
+    {
+        // Whenever the third one begins to speak, before, while or after the first one ends, it is behind the second.
+        QFETCH(int, silence);
+        Behaviour behaviour;
+        const auto pool = recognizer(behaviour, {.decodersPerThread = 1});
+        std::string order;
+        QSemaphore finals;
+        const auto noting = [&](char name) {
+            return [&, name](const RecognitionEvent& event) {
+                if (event.kind != Kind::Final)
+                    return;
+                order += name;
+                finals.release();
+            };
+        };
+        QSemaphore talking;
+        QSemaphore allFed;
+        const auto first = pool->open([&](const RecognitionEvent& event) {
+            if (event.kind != Kind::Partial)
+                return;
+            talking.release();
+            allFed.acquire();
+        });
+        const auto second = pool->open(noting('2'));
+        const auto third = pool->open(noting('3'));
+        first->feed(sound("AAAAA"), {});
+        talking.acquire();
+        second->feed(sound("AAAAA......"), {});
+        first->feed(sound("......"), {});
+        third->feed(sound(std::string(static_cast<std::size_t>(silence), '.') + "AAAAA......"), {});
+        allFed.release();
+        finals.acquire(2);
+        QCOMPARE(order, std::string("23"));
+    }
+
     void streamThatEndsFreesItsDecoder()
     {
         Behaviour behaviour;
