@@ -200,12 +200,12 @@ private:
             confidence = 0.6;
             break;
         case QuestionKind::Weakness:
-            text = "Name a real weakness that is not at the heart of the role, and what you do about it. The resume "
-                   "names none, so choose your own.";
+            text = "Name a real weakness of your own that is not at the heart of the role, and what you do about it.";
             break;
         case QuestionKind::Failure:
-            text = "Take a failure of your own: what you tried, what went wrong, what you changed since. The resume "
-                   "tells of none, so choose one that ended with something learnt.";
+            text = "Take a failure of your own that ended with something learnt: what you tried, what went wrong, what "
+                   "you "
+                   "changed since.";
             break;
         case QuestionKind::Strength: {
             auto shown = story(question, bestAchievement());

@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::string_view> arguments;
     while (!rest.empty())
         arguments.push_back(takePart(rest));
-    const auto options = parseOptions(arguments, [](const char*) { return std::string("/state"); });
+    const auto options = parseOptions(arguments, [](std::string_view) { return std::string("/state"); });
     require(options || options.error().sentence.ends_with('.'));
     return 0;
 }
