@@ -136,10 +136,8 @@ struct RestApi::Route
 {
     std::string_view path;
     http::verb method;
-    std::string_view mediaType; ///< required of the body; empty when the body is not looked at
-    Answer (*handler)(RestApi&, const HttpRequest&);
-    http::verb secondMethod = http::verb::unknown;
-    Answer (*secondHandler)(RestApi&, const HttpRequest&) = nullptr;
+    std::string_view mediaType;                      ///< required of the body; empty when the body is not looked at
+    Answer (*handler)(RestApi&, const HttpRequest&); ///< null for the extraction, which is a coroutine
 
     /// Makes a handler of one of the members, whether that changes the object or not.
     template <auto member>
@@ -167,22 +165,30 @@ RestApi::RestApi(AccountStore& accounts, OneTimeCodes& codes, const ProfileExtra
 {
 }
 
-const RestApi::Route* RestApi::routeTo(std::string_view path)
+std::span<const RestApi::Route> RestApi::routes()
 {
     static constexpr std::string_view json = "application/json";
-    static constexpr std::array<Route, 8> routes{{
+    static constexpr std::array<Route, 9> routes{{
         {"/api/health", http::verb::get, "", &Route::call<&RestApi::health>},
         {"/api/auth/me", http::verb::get, "", &Route::call<&RestApi::me>},
         {"/api/auth/otp/request", http::verb::post, json, &Route::call<&RestApi::requestCode>},
         {"/api/auth/otp/verify", http::verb::post, json, &Route::call<&RestApi::verifyCode>},
         {"/api/auth/refresh", http::verb::post, json, &Route::call<&RestApi::refresh>},
         {"/api/auth/google/start", http::verb::post, "", &Route::call<&RestApi::startGoogle>},
-        {"/api/auth/google/consent", http::verb::get, "", &Route::call<&RestApi::showConsent>, http::verb::post,
+        {"/api/auth/google/consent", http::verb::get, "", &Route::call<&RestApi::showConsent>},
+        {"/api/auth/google/consent", http::verb::post, "application/x-www-form-urlencoded",
          &Route::call<&RestApi::giveConsent>},
         {extractPath, http::verb::post, "multipart/form-data", nullptr},
     }};
-    const auto found = std::ranges::find(routes, path, &Route::path);
-    return found == routes.end() ? nullptr : &*found;
+    return routes;
+}
+
+const RestApi::Route* RestApi::routeOf(const HttpHeader& header)
+{
+    const auto found = std::ranges::find_if(routes(), [&](const Route& route) {
+        return route.path == pathOf(header.target()) && route.method == header.method();
+    });
+    return found == routes().end() ? nullptr : &*found;
 }
 
 std::optional<HttpResponse> RestApi::refuseOrigin(const HttpHeader& header)
@@ -198,13 +204,15 @@ std::optional<HttpResponse> RestApi::refuse(const HttpHeader& header)
 {
     if (auto refusal = refuseOrigin(header))
         return refusal;
-    const Route* route = routeTo(pathOf(header.target()));
-    if (route == nullptr)
-        return failureResponse({Fault::NotFound, "There is nothing at this address."});
-    if (header.method() != route->method && header.method() != route->secondMethod) {
-        std::string allowed{http::to_string(route->method)};
-        if (route->secondHandler != nullptr)
-            allowed += ", " + std::string(http::to_string(route->secondMethod));
+    const Route* route = routeOf(header);
+    if (route == nullptr) {
+        std::string allowed;
+        for (const Route& other : routes()) {
+            if (other.path == pathOf(header.target()))
+                allowed += (allowed.empty() ? "" : ", ") + std::string(http::to_string(other.method));
+        }
+        if (allowed.empty())
+            return failureResponse({Fault::NotFound, "There is nothing at this address."});
         auto response = textResponse(http::status::method_not_allowed, "This address takes " + allowed + " only.");
         response.set(http::field::allow, allowed);
         return response;
@@ -236,14 +244,13 @@ boost::asio::awaitable<HttpResponse> RestApi::handle(HttpRequest request)
     auto refusal = refuse(request);
     if (refusal)
         co_return std::move(*refusal);
-    const Route* route = routeTo(pathOf(request.target()));
+    const Route* route = routeOf(request);
     Answer answer = failed(Fault::NotFound, "");
     if (route->handler == nullptr) {
         auto extraction = extractProfile(std::move(request));
         answer = co_await std::move(extraction);
     } else {
-        const auto handler = request.method() == route->method ? route->handler : route->secondHandler;
-        answer = handler(*this, request);
+        answer = route->handler(*this, request);
     }
     co_return answer ? std::move(*answer) : failureResponse(answer.error());
 }
@@ -351,8 +358,6 @@ RestApi::Answer RestApi::showConsent(const HttpRequest& request)
 
 RestApi::Answer RestApi::giveConsent(const HttpRequest& request)
 {
-    if (lowerCased(mediaType(request)) != "application/x-www-form-urlencoded")
-        return failed(Fault::Unsupported, "This address takes application/x-www-form-urlencoded only.");
     const auto form = parseForm(request.body());
     if (!form)
         return failed(Fault::Invalid, "The form is not readable.");

@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -67,7 +68,9 @@ private:
     struct Route;
     using Answer = Result<HttpResponse>;
 
-    [[nodiscard]] static const Route* routeTo(std::string_view path);
+    [[nodiscard]] static std::span<const Route> routes();
+    /// The route of that path and method, or null.
+    [[nodiscard]] static const Route* routeOf(const HttpHeader& header);
     [[nodiscard]] Answer health(const HttpRequest& request);
     [[nodiscard]] Answer me(const HttpRequest& request) const;
     [[nodiscard]] Answer requestCode(const HttpRequest& request);

@@ -175,6 +175,7 @@ private Q_SLOTS:
         row("unknown path", "GET /", "", "", 404);
         row("path with a trailing slash", "GET /api/health/", "", "", 404);
         row("wrong method", "POST /api/health", "", "", 405);
+        row("unknown method", "POAT /api/health", "", "", 405);
         row("wrong method of the socket", "POST /ws/realtime", "", "", 405);
         row("socket without upgrade", "GET /ws/realtime", "", "", 426);
         row("no content type", "POST /api/auth/otp/request", "", R"({"email":"a@b"})", 415);
