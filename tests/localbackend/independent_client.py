@@ -18,16 +18,13 @@ from pathlib import Path
 
 import websockets
 
+from running_backend import check, running_backend
+
 QUESTION = "tell me about yourself and your background"
 RESUME = """Jane Doe
 Charge Nurse at Saint Mary Hospital, 2017 to 2023
 - Introduced a handover checklist, reducing medication errors by 25%
 """
-
-
-def check(holds, what):
-    if not holds:
-        raise SystemExit(f"failed: {what}")
 
 
 class NoRedirect(urllib.request.HTTPRedirectHandler):
@@ -162,19 +159,11 @@ async def session(port, token, profile, sound):
 def main():
     with tempfile.TemporaryDirectory() as directory:
         sound = spoken(directory)
-        command = [sys.argv[1], "--listen=127.0.0.1:0", "--state-dir", f"{directory}/state"]
-        with subprocess.Popen(command, stderr=subprocess.PIPE, text=True) as program:
-            try:
-                line = program.stderr.readline()
-                listening = re.match(r"info: Listening on 127\.0\.0\.1:(\d+)\.", line)
-                check(listening, f"the program says: {line}")
-                rest = Rest(listening[1])
-                token = sign_in(rest)
-                sign_in_by_consent(rest)
-                asyncio.run(session(listening[1], token, extract(rest, token), sound))
-            finally:
-                program.terminate()
-        check(program.returncode == 0, f"the program ended with {program.returncode}")
+    with running_backend(sys.argv[1]) as port:
+        rest = Rest(port)
+        token = sign_in(rest)
+        sign_in_by_consent(rest)
+        asyncio.run(session(port, token, extract(rest, token), sound))
 
 
 main()
