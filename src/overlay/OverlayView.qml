@@ -18,7 +18,7 @@ Item {
     Rectangle {
         anchors.fill: parent
         radius: view.cornerRadius
-        color: view.isTranslucent ? "#D616181D" : "#16181D"
+        color: view.isTranslucent ? "#EB16181D" : "#16181D"
         border.width: 1
         border.color: Qt.rgba(1, 1, 1, 0.18)
     }
@@ -49,6 +49,9 @@ Item {
             font.pixelSize: 21
             font.weight: Font.DemiBold
             // Down to 68 % of the size, and cut short only when even that is too large.
+            // Keeps letters apart from those of a document that shines through.
+            style: view.isTranslucent ? Text.Outline : Text.Normal
+            styleColor: "#16181D"
             fontSizeMode: Text.Fit
             minimumPixelSize: 15
             wrapMode: Text.Wrap

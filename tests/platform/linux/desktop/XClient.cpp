@@ -151,6 +151,26 @@ xcb_window_t XClient::makeWindow(QRect geometry, WindowKind kind, std::uint32_t 
     return window;
 }
 
+void XClient::makeWallpaper(const QImage& tile) const
+{
+    const QImage pixels = tile.convertToFormat(QImage::Format_RGB32);
+    const auto width = static_cast<std::uint16_t>(pixels.width());
+    const auto height = static_cast<std::uint16_t>(pixels.height());
+    const xcb_pixmap_t pixmap = xcb_generate_id(m_connection);
+    xcb_create_pixmap(m_connection, m_screen->root_depth, pixmap, m_screen->root, width, height);
+    const xcb_gcontext_t context = xcb_generate_id(m_connection);
+    xcb_create_gc(m_connection, context, pixmap, 0, nullptr);
+    xcb_put_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width, height, 0, 0, 0,
+                  m_screen->root_depth, static_cast<std::uint32_t>(pixels.sizeInBytes()), pixels.constBits());
+    const std::array<std::uint32_t, 2> values{pixmap, 1};
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_screen->root, 0, 0, m_screen->width_in_pixels,
+                      m_screen->height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values.data());
+    xcb_map_window(m_connection, window);
+    xcb_flush(m_connection);
+}
+
 void XClient::activate(xcb_window_t window) const
 {
     platform::x11::sendToWindowManager(m_connection, window, "_NET_ACTIVE_WINDOW", 2);

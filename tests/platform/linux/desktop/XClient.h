@@ -49,6 +49,8 @@ public:
     /// A mapped window that counts the presses of buttons and keys that it gets.
     [[nodiscard]] xcb_window_t makeWindow(QRect geometry, WindowKind kind = WindowKind::normal,
                                           std::uint32_t colour = 0xFFFFFFU) const;
+    /// Covers the whole screen with a pattern, past the window manager.
+    void makeWallpaper(const QImage& tile) const;
     /// Asks the window manager to activate it, as a pager does.
     void activate(xcb_window_t window) const;
     void showDesktop(std::uint32_t number) const;
