@@ -2,7 +2,8 @@
 
 #include "platform/linux/capture/X11ContentReader.h"
 
-#include <QThreadPool>
+#include <thread>
+#include <utility>
 
 namespace quorvel::platform {
 
@@ -11,22 +12,22 @@ namespace {
 class X11ShareableContentProvider final : public ShareableContentProvider
 {
 public:
-    X11ShareableContentProvider() { m_thread.setMaxThreadCount(1); }
-
     [[nodiscard]] Task<Result<ShareableContent>> shareableContent(bool excludingDesktopWindows,
                                                                   bool onScreenWindowsOnly) override
     {
         const auto content = std::make_shared<Promise<ShareableContent>>();
-        m_thread.start([this, content, excludingDesktopWindows, onScreenWindowsOnly] {
-            content->finish(m_reader.read(excludingDesktopWindows, onScreenWindowsOnly));
-        });
+        m_reading = std::jthread(
+            [this, content, excludingDesktopWindows, onScreenWindowsOnly, before = std::move(m_reading)]() mutable {
+                before = {}; // One at a time: this waits for its end.
+                content->finish(m_reader.read(excludingDesktopWindows, onScreenWindowsOnly));
+            });
         return content->result();
     }
 
 private:
     X11ContentReader m_reader;
     // Destroyed first, which waits for what it runs.
-    QThreadPool m_thread;
+    std::jthread m_reading;
 };
 
 } // namespace
