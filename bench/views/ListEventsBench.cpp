@@ -36,7 +36,7 @@ public:
     {
         m_engine.addImageProvider(u"symbols"_s, new SymbolImageProvider);
         QQmlComponent component(&m_engine);
-        component.setData(qml, QUrl());
+        component.setData(qml, QUrl(u"qrc:/qt/qml/Quorvel/Views/Bench.qml"_s));
         m_item.reset(qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties)));
         if (!m_item) {
             std::fputs(qPrintable(component.errorString()), stderr);
