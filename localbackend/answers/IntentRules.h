@@ -16,6 +16,7 @@ enum class QuestionKind : std::uint8_t {
     Failure,
     Experience, ///< "have you worked with"
     Situation,  ///< "tell me about a time when", "how do you handle"
+    Project,    ///< "describe a difficult project"
     Future,
     Leaving,
     Salary,

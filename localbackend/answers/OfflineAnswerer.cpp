@@ -218,6 +218,10 @@ private:
             text =
                 "The resume holds nothing on this: say so, name what comes closest, and how you would learn the rest.";
             break;
+        case QuestionKind::Project: {
+            const auto evidence = find(question);
+            return story(question, evidence ? evidence : bestAchievement());
+        }
         case QuestionKind::Situation:
         case QuestionKind::General:
             return story(question, find(question));

@@ -18,6 +18,7 @@
 #include "views/SymbolImageProvider.h"
 
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQmlEngine>
 
 #include <chrono>
@@ -64,8 +65,10 @@ int main(int argc, char** argv)
     const QStringList addresses = platform::takeAddressArguments(argc, argv, u"quorvel"_s);
     QGuiApplication::setApplicationName(u"quorvel"_s);
     QGuiApplication::setApplicationDisplayName(u"Quorvel"_s);
+    QGuiApplication::setApplicationVersion(u"" QUORVEL_VERSION ""_s);
     QGuiApplication::setDesktopFileName(applicationId);
     const QGuiApplication application(argc, argv);
+    QGuiApplication::setWindowIcon(QIcon(u":/%1.svg"_s.arg(applicationId)));
 
     platform::SessionBusInstance instance(applicationId);
     if (instance.claim(addresses) == platform::ApplicationInstance::Role::second) {

@@ -86,8 +86,14 @@ class Interview:
                                                    if name.startswith("Local dev code: ")), None))
         app.enter("6-digit code", label.rsplit(" ", 1)[1])
         app.press("Verify and Continue")
-        app.press("Upload Resume")
+        app.wait("Upload Resume")
         self.note("sign-in", "by code")
+        self.fill_in_setup()
+        self.screenshot("dashboard-idle")
+
+    def fill_in_setup(self):
+        app = self.application
+        app.press("Upload Resume")
         app.click("resume.txt")
         app.click("Open")
         app.wait("Replace Resume")
@@ -96,7 +102,6 @@ class Interview:
         app.press("Continue")
         app.wait("Choose Source")
         self.note("setup", "complete")
-        self.screenshot("dashboard-idle")
 
     def listen(self):
         app = self.application
