@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,22 +81,43 @@ struct Outcome
     double delayAfterSound = 0;  ///< seconds from the arrival of the sound it needed to the last final
 };
 
-/// Written on the recognition thread, read between recordings, when that thread has nothing to do.
-struct Collected
+/// Written on the recognition thread, read on the other. On a busy machine the two can meet.
+class Collected
 {
-    Outcome outcome;
-    Steady::time_point lastFinal;
+public:
+    struct State
+    {
+        Outcome outcome;
+        Steady::time_point lastFinal;
+    };
+
+    void take(const RecognitionEvent& event);
+    void clear()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_state = {};
+    }
+    [[nodiscard]] State state()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_state;
+    }
+
+private:
+    std::mutex m_mutex;
+    State m_state;
 };
 
-void collect(Collected& collected, const RecognitionEvent& event)
+void Collected::take(const RecognitionEvent& event)
 {
     using Kind = RecognitionEvent::Kind;
+    const std::lock_guard lock(m_mutex);
     if (event.kind == Kind::Partial)
-        ++collected.outcome.partials;
+        ++m_state.outcome.partials;
     if (event.kind == Kind::Final) {
-        collected.outcome.text += (collected.outcome.text.empty() ? "" : " ") + event.text;
-        collected.lastFinal = Steady::now();
-        collected.outcome.delayAfterSound = Seconds(collected.lastFinal - event.audioArrival).count();
+        m_state.outcome.text += (m_state.outcome.text.empty() ? "" : " ") + event.text;
+        m_state.lastFinal = Steady::now();
+        m_state.outcome.delayAfterSound = Seconds(m_state.lastFinal - event.audioArrival).count();
     }
     if (event.kind == Kind::Skipped || event.kind == Kind::Failed)
         std::fprintf(stderr, "sound was skipped or recognition failed\n");
@@ -104,7 +126,7 @@ void collect(Collected& collected, const RecognitionEvent& event)
 /// Feeds one recording to the stream and waits until its last final has come.
 Outcome recognize(RecognitionStream& stream, Collected& collected, const std::vector<std::int16_t>& samples, bool fast)
 {
-    collected = {};
+    collected.clear();
     const auto start = Steady::now();
     for (std::size_t at = 0; at < samples.size(); at += frame) {
         const auto end = std::min(at + frame, samples.size());
@@ -116,15 +138,17 @@ Outcome recognize(RecognitionStream& stream, Collected& collected, const std::ve
     }
     stream.pause();
     auto seen = Steady::time_point{};
+    Collected::State state;
     do {
-        seen = collected.lastFinal;
+        seen = state.lastFinal;
         std::this_thread::sleep_for(std::chrono::milliseconds{fast ? 700 : 100});
-    } while (collected.lastFinal == Steady::time_point{} || seen != collected.lastFinal);
+        state = collected.state();
+    } while (state.lastFinal == Steady::time_point{} || seen != state.lastFinal);
     const std::size_t end = speechEnd(samples);
-    Outcome outcome = collected.outcome;
+    Outcome outcome = state.outcome;
     outcome.speechSeconds = static_cast<double>(end) / static_cast<double>(rate);
     const auto speechOver = start + std::chrono::microseconds{end * 1'000'000 / rate};
-    outcome.delayAfterSpeech = Seconds(collected.lastFinal - speechOver).count();
+    outcome.delayAfterSpeech = Seconds(state.lastFinal - speechOver).count();
     return outcome;
 }
 
@@ -165,7 +189,7 @@ int main(int argc, char** argv)
     std::vector<double> afterSound;
     // One stream for all of them, as in a meeting: recognition adapts to the voice and the channel.
     Collected collected;
-    const auto stream = (*recognizer)->open([&](const RecognitionEvent& event) { collect(collected, event); });
+    const auto stream = (*recognizer)->open([&](const RecognitionEvent& event) { collected.take(event); });
     const double cpuBefore = cpuSeconds();
     const auto wallBefore = Steady::now();
     for (std::string line; std::getline(manifest, line);) {

@@ -9,8 +9,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <set>
-
 using namespace quorvel::localbackend;
 using namespace std::chrono_literals;
 
@@ -94,23 +92,6 @@ private Q_SLOTS:
         QCOMPARE(codes.issue(someone).error().fault, Fault::TooMany);
         time.advance(10min);
         QVERIFY(codes.issue(someone));
-    }
-
-    void failingGeneratorIsReported()
-    {
-        FakeClock time;
-        OneTimeCodes codes(time.clock(), [] { return Result<std::string>(failed(Fault::Unavailable, "No random.")); });
-        QCOMPARE(codes.issue(someone).error().sentence, std::string("No random."));
-    }
-
-    void tokensAreDistinctAndLong()
-    {
-        std::set<std::string> tokens;
-        for (int i = 0; i < 100; ++i) {
-            const auto token = randomToken().value();
-            QCOMPARE(token.size(), 43U);
-            QVERIFY(tokens.insert(token).second);
-        }
     }
 
     void digestIsTheStandardOne()

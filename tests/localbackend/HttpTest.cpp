@@ -66,19 +66,6 @@ private Q_SLOTS:
             QCOMPARE(textAt(*objectAt(parseJsonObject(me.body).value(), "user"), "role"), role.toStdString());
     }
 
-    void signInWithACode()
-    {
-        const TestServer server;
-        const auto token = server.signIn();
-        const auto me = request(server.port(), "GET /api/auth/me", "Authorization: Bearer " + token + "\r\n");
-        QCOMPARE(me.status, 200);
-        const auto body = parseJsonObject(me.body).value();
-        const auto* user = objectAt(body, "user");
-        QCOMPARE(textAt(*user, "email"), std::string("someone@example.org"));
-        QCOMPARE(textAt(*user, "role"), std::string("USER"));
-        QCOMPARE(request(server.port(), "GET /api/auth/me", "Authorization: Bearer " + token + "x\r\n").status, 401);
-    }
-
     void addressIsTrimmedAndLowerCased()
     {
         const TestServer server;
