@@ -34,9 +34,10 @@ class Stage
 public:
     Stage(const QByteArray& qml, const QVariantMap& properties)
     {
+        m_engine.addImportPath(u"qrc:/qt/qml"_s);
         m_engine.addImageProvider(u"symbols"_s, new SymbolImageProvider);
         QQmlComponent component(&m_engine);
-        component.setData(qml, QUrl(u"qrc:/qt/qml/Quorvel/Views/Bench.qml"_s));
+        component.setData(qml, QUrl(u"qrc:/Bench.qml"_s));
         m_item.reset(qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties)));
         if (!m_item) {
             std::fputs(qPrintable(component.errorString()), stderr);
@@ -127,7 +128,9 @@ void appendTurnWithReset(benchmark::State& state)
     }
     list.reset(lines);
     Stage stage("import QtQuick\nimport Quorvel.Views\n"
-                "ListView { spacing: 10; delegate: TranscriptRow { width: ListView.view.width } }",
+                "Item { property alias model: list.model\n"
+                "ListView { id: list; anchors.fill: parent; spacing: 10\n"
+                "delegate: TranscriptRow { width: ListView.view.width } } }",
                 {{u"model"_s, QVariant::fromValue<QAbstractItemModel*>(&list)}});
     const RowCounter rows(list);
     for (auto iteration : state) {
