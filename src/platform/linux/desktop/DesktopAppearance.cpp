@@ -12,6 +12,8 @@
 #include <QMap>
 #include <QPalette>
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -44,8 +46,13 @@ std::optional<std::uint32_t> accentOf(const QVariant& value)
     argument.beginStructure();
     argument >> red >> green >> blue;
     argument.endStructure();
+    // Out of range means that there is none.
+    const std::array components{red, green, blue};
+    if (!std::ranges::all_of(components, [](double component) { return component >= 0 && component <= 1; })) {
+        return std::nullopt;
+    }
     const QColor color = QColor::fromRgbF(static_cast<float>(red), static_cast<float>(green), static_cast<float>(blue));
-    return color.isValid() ? std::optional(color.rgb() & 0xFFFFFFU) : std::nullopt;
+    return color.rgb() & 0xFFFFFFU;
 }
 
 } // namespace
