@@ -7,6 +7,7 @@
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QMap>
@@ -62,8 +63,13 @@ DesktopAppearance::DesktopAppearance(QObject* parent)
 {
     qDBusRegisterMetaType<Namespaces>();
     qGuiApp->installEventFilter(this);
-    QDBusConnection::sessionBus().connect(service, path, interface, u"SettingChanged"_s, this,
-                                          SLOT(take(QString, QString, QDBusVariant)));
+    // A slot for the whole message: at this time the toolkit does not know its type for variants yet, and would refuse
+    // one that takes it.
+    const bool isFollowed = QDBusConnection::sessionBus().connect(service, path, interface, u"SettingChanged"_s, this,
+                                                                  SLOT(take(QDBusMessage)));
+    if (!isFollowed) {
+        qWarning("Changes of the desktop's appearance cannot be followed.");
+    }
     askPortal();
     m_told = settings();
 }
@@ -110,10 +116,13 @@ bool DesktopAppearance::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
-void DesktopAppearance::take(const QString& space, const QString& key, const QDBusVariant& value)
+void DesktopAppearance::take(const QDBusMessage& news)
 {
-    read(space, key, value.variant());
-    tell();
+    const QVariantList arguments = news.arguments();
+    if (news.signature() == u"ssv"_s) {
+        read(arguments[0].toString(), arguments[1].toString(), arguments[2].value<QDBusVariant>().variant());
+        tell();
+    }
 }
 
 void DesktopAppearance::read(const QString& space, const QString& key, const QVariant& value)

@@ -2,7 +2,7 @@
 
 #include "platform/Appearance.h"
 
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 #include <QVariantMap>
 
@@ -26,7 +26,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private Q_SLOTS:
-    void take(const QString& space, const QString& key, const QDBusVariant& value);
+    void take(const QDBusMessage& news);
 
 private:
     enum class ColorScheme : std::uint8_t { noPreference, dark, light };

@@ -89,14 +89,6 @@ private Q_SLOTS:
     {
         qDBusRegisterMetaType<Namespaces>();
         qDBusRegisterMetaType<Color>();
-        // The toolkit's connection to the bus asks for its first signals some time after it was told to.
-        QVERIFY(m_portal.publish());
-        const platform::DesktopAppearance first;
-        QVERIFY(test::waitUntil([&] {
-            m_portal.change(u"org.freedesktop.appearance"_s, u"reduced-motion"_s, QVariant(1U));
-            return first.settings().reducesMotion;
-        }));
-        cleanup();
     }
     void cleanup()
     {
