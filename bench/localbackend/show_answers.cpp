@@ -3,15 +3,17 @@
 #include "answers/OfflineAnswerer.h"
 #include "fixtures/Interviews.h"
 
-#include <cstdio>
+#include <iomanip>
+#include <iostream>
 
 using namespace quorvel::localbackend;
 
 int main()
 {
+    std::cout << std::fixed << std::setprecision(2);
     for (const auto& interview : interviews) {
-        std::printf("### %s\n\n| Utterance | Intent | Confidence | Suggestion |\n|---|---|---|---|\n",
-                    interview.name.data());
+        std::cout << "### " << interview.name
+                  << "\n\n| Utterance | Intent | Confidence | Suggestion |\n|---|---|---|---|\n";
         const auto answers = OfflineAnswerer().brief({.userRole = "Candidate",
                                                       .meetingGoal = "",
                                                       .tone = "concise",
@@ -21,10 +23,10 @@ int main()
                                                       .keyterms = {}});
         for (const auto& line : interview.lines) {
             const auto answer = answers->answer(line.utterance, "");
-            std::printf("| %s | %s | %.2f | %s |\n", line.utterance.data(), intentName(answer.intent).data(),
-                        answer.confidence, answer.shouldRespond ? answer.text.c_str() : "(none)");
+            std::cout << "| " << line.utterance << " | " << intentName(answer.intent) << " | " << answer.confidence
+                      << " | " << (answer.shouldRespond ? answer.text : "(none)") << " |\n";
         }
-        std::printf("\n");
+        std::cout << '\n';
     }
     return 0;
 }
