@@ -168,7 +168,7 @@ void XClient::makeWallpaper(const QImage& tile) const
                       m_screen->height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values.data());
     xcb_map_window(m_connection, window);
-    xcb_flush(m_connection);
+    static_cast<void>(focus()); // What others map from now on lies above it.
 }
 
 void XClient::activate(xcb_window_t window) const
