@@ -301,8 +301,8 @@ Task<> SecretServiceKeychain::runUnlocking(std::shared_ptr<Unlocking> unlocking,
     limit.setSingleShot(true);
     limit.callOnTimeout([&unlocking] {
         if (!unlocking->hasAnswered) {
+            unlocking->outcome.finish(State{.isGivenUp = true}); // before the cancelled call can tell of an end
             g_cancellable_cancel(unlocking->cancellable.get());
-            unlocking->outcome.finish(State{.isGivenUp = true});
         }
     });
     limit.start(patience);
