@@ -198,20 +198,6 @@ private Q_SLOTS:
         QCOMPARE(sentenceOf(await(task->receive())), u"The server did not answer in time."_s);
         QVERIFY(waitUntil([peer] { return peer->isGone; }));
     }
-
-    void aResetInMidFrame()
-    {
-        QtUrlSession session;
-        LoopbackServer server;
-        const auto task = session.webSocketTask(server.url(u"ws"_s, u"/"_s), {});
-        task->resume();
-        Peer* peer = server.nextPeer();
-        QVERIFY(peer && !peer->acceptWebSocket().isEmpty());
-        QVERIFY(await(task->send({.kind = WebSocketMessage::Kind::text, .data = "{}"})).value().has_value());
-        peer->write(textFrame("half a message").first(7));
-        peer->reset();
-        QCOMPARE(sentenceOf(await(task->receive())), lost);
-    }
 };
 
 QTEST_GUILESS_MAIN(HostileServerTest)

@@ -289,12 +289,10 @@ private Q_SLOTS:
         QVERIFY(sends.front()->value().has_value());
     }
 
-    void asksASilentPeerAndGivesItUp()
+    void asksASilentPeer()
     {
         Open open({.pingInterval = 30ms, .pongTimeout = 2s});
         QVERIFY(open.isOpen);
-        QCOMPARE(NetworkLimits().pingInterval, 10s);
-        QCOMPARE(NetworkLimits().pongTimeout, 8s);
         // A pong keeps it alive, three times over.
         for (int round = 0; round < 3; ++round) {
             const auto ping = open.peer->takeFrame();
@@ -302,15 +300,6 @@ private Q_SLOTS:
             open.peer->write(serverFrame(0x8A, ping.value_or(ClientFrame{}).payload));
         }
         QCOMPARE(open.delegate->events.size(), 1);
-    }
-
-    void givesASilentPeerUp()
-    {
-        Open open({.pingInterval = 20ms, .pongTimeout = 20ms});
-        QVERIFY(open.isOpen);
-        const auto sent = watch(open.task->send(text("hello?")));
-        QCOMPARE(sentenceOf(await(open.task->receive())), u"The connection to the server was lost."_s);
-        QVERIFY(waitUntil([&] { return open.peer->isGone; }));
     }
 
     /// A server that talks is alive, even while its answer to the ping is stuck behind a long message.
