@@ -71,6 +71,21 @@ void listen(View& view)
     speak(view);
 }
 
+void stop(View& view)
+{
+    listen(view);
+    view.receive(R"({"type":"session.status","transcriber":"closed"})");
+    view.capture->steps->stop.hold();
+    launch(view.app->appState().stopScreenShare());
+}
+
+void lose(View& view)
+{
+    listen(view);
+    view.receive(R"({"type":"session.status","transcriber":"error"})");
+    view.socket().end(test::failure(u"The connection to the server was lost."_s));
+}
+
 void fill(View& view)
 {
     AppState& state = view.app->appState();
@@ -109,9 +124,9 @@ void nothing(View& /*view*/) {}
 
 struct Scene
 {
-    const char* name;
-    void (*before)(View&); ///< the window is opened
-    void (*after)(View&);
+    const char* name = "";
+    void (*before)(View&) = nothing; ///< the window is opened
+    void (*after)(View&) = nothing;
     QSize size = {1080, 780};
 };
 
@@ -165,6 +180,8 @@ const std::array scenes{
     Scene{"dashboard-smallest", nothing, listen, {940, 640}},
     Scene{"dashboard-starting", [](View& view) { view.capture->isAllowed = false; }, listen},
     Scene{"dashboard-listening", nothing, listen},
+    Scene{"dashboard-stopping", nothing, stop},
+    Scene{"dashboard-failed", nothing, lose},
     Scene{"dashboard-long-title",
           [](View& view) { view.shareableContent->reading.setResult(View::content({{7, longTitle, u"Chrome"_s}})); },
           listen,
@@ -226,7 +243,7 @@ int main(int argc, char** argv)
             return 1;
         }
         for (const QString& warning : view.warnings) {
-            std::fprintf(stderr, "%s: %s\n", scene.name, qPrintable(warning));
+            std::fputs(qPrintable(u"%1: %2\n"_s.arg(QString::fromLatin1(scene.name), warning)), stderr);
         }
     }
     return 0;

@@ -141,7 +141,7 @@ private:
             QAccessibleInterface* child = parent->child(index);
             if (child != nullptr && !child->state().invisible) {
                 text += QStringLiteral("%1%2 \"%3\"\n")
-                            .arg(QString(depth * 2, u' '))
+                            .arg(QString(qsizetype{2} * depth, u' '))
                             .arg(child->role())
                             .arg(child->text(QAccessible::Name));
                 text += treeBelow(child, depth + 1);
