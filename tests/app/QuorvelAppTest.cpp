@@ -74,7 +74,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("sideWidth");
         const WindowPlacement defaults;
         QTest::newRow("nothing") << QByteArray() << defaults.size << defaults.sideWidth;
-        QTest::newRow("damage") << "{\"width\":"_ba << defaults.size << defaults.sideWidth;
+        QTest::newRow("damage") << R"({"width":)"_ba << defaults.size << defaults.sideWidth;
         QTest::newRow("nonsense") << R"({"width":-5,"height":1e9,"sideWidth":"wide"})"_ba << defaults.size
                                   << defaults.sideWidth;
         QTest::newRow("stored") << R"({"width":1200,"height":800,"sideWidth":420,"screen":"DP-1"})"_ba

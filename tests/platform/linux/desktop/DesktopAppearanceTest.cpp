@@ -16,30 +16,19 @@ using namespace Qt::StringLiterals;
 
 using Namespaces = QMap<QString, QVariantMap>;
 
+namespace {
+
 /// A colour as the portal sends it.
-struct Color
+QVariant color(double red, double green, double blue)
 {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-};
-Q_DECLARE_METATYPE(Color)
-
-QDBusArgument& operator<<(QDBusArgument& argument, const Color& color)
-{
+    QDBusArgument argument;
     argument.beginStructure();
-    argument << color.red << color.green << color.blue;
+    argument << red << green << blue;
     argument.endStructure();
-    return argument;
+    return QVariant::fromValue(argument);
 }
 
-const QDBusArgument& operator>>(const QDBusArgument& argument, Color& color)
-{
-    argument.beginStructure();
-    argument >> color.red >> color.green >> color.blue;
-    argument.endStructure();
-    return argument;
-}
+} // namespace
 
 /// The part of a desktop's portal that is asked, on the session bus of the test.
 class Portal final : public QObject
@@ -85,11 +74,7 @@ class DesktopAppearanceTest final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        qDBusRegisterMetaType<Namespaces>();
-        qDBusRegisterMetaType<Color>();
-    }
+    void initTestCase() { qDBusRegisterMetaType<Namespaces>(); }
     void cleanup()
     {
         m_portal.withdraw();
@@ -114,10 +99,9 @@ private Q_SLOTS:
         QTest::newRow("less motion") << appearance << u"reduced-motion"_s << QVariant(1U) << false << true << 0U;
         QTest::newRow("no animations") << u"org.gnome.desktop.interface"_s << u"enable-animations"_s << QVariant(false)
                                        << false << true << 0U;
-        QTest::newRow("accent") << appearance << u"accent-color"_s << QVariant::fromValue(Color{1.0, 0.5, 0.0}) << false
-                                << false << 0xFF8000U;
-        QTest::newRow("no accent") << appearance << u"accent-color"_s << QVariant::fromValue(Color{-1.0, 2.0, 0.0})
-                                   << false << false << 0U;
+        QTest::newRow("accent") << appearance << u"accent-color"_s << color(1.0, 0.5, 0.0) << false << false
+                                << 0xFF8000U;
+        QTest::newRow("no accent") << appearance << u"accent-color"_s << color(-1.0, 2.0, 0.0) << false << false << 0U;
         QTest::newRow("accent of another type")
             << appearance << u"accent-color"_s << QVariant(u"#ff8000"_s) << false << false << 0U;
     }
