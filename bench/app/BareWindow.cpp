@@ -1,5 +1,5 @@
-// The least that a window of this toolkit costs: one button of its own controls. What the application's window is measured
-// against.
+// The least that a window of this toolkit costs: one button of its own controls. What the application's window is
+// measured against.
 
 #include <QGuiApplication>
 #include <QQmlComponent>

@@ -71,7 +71,7 @@ struct Session
         const bool isLoud =
             std::ranges::any_of(std::span(reinterpret_cast<const std::int16_t*>(chunk.constData()), count),
                                 [](std::int16_t sample) { return std::abs(sample) > 3000; });
-        if (isLoud && (impulses.empty() || now - impulses.back() > 100ms)) {
+        if (isLoud && (impulses.empty() || now - impulses.back() > std::chrono::milliseconds(100))) {
             impulses.push_back(now);
         }
     }
@@ -184,7 +184,7 @@ int measureRestarts(int restartCount)
     Clock::time_point before;
     for (const Clock::time_point moment : *played) {
         const auto heard = std::ranges::lower_bound(session.impulses, moment);
-        if (moment - before > 200ms && heard != session.impulses.end()) {
+        if (moment - before > std::chrono::milliseconds(200) && heard != session.impulses.end()) {
             waits.push_back(millisecondsBetween(moment, *heard));
         }
         before = moment;
