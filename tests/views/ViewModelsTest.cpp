@@ -99,7 +99,7 @@ private Q_SLOTS:
         DashboardViewModel& dashboard = *m_main->dashboard();
         QSignalSpy changed(&dashboard, &ViewModel::changed);
         if (phase == "starting") {
-            m_app->capture->isAllowed = false;
+            m_app->capture->steps->start.hold();
         }
         if (phase != "idle") {
             m_app->start();
