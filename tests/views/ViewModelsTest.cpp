@@ -118,6 +118,11 @@ private Q_SLOTS:
         QTEST(dashboard.isStopShown(), "showsStop");
         QTEST(dashboard.canStop(), "canStop");
         QTEST(dashboard.canOpenSetup(), "canSetUp");
+        if (phase == "stopping") {
+            m_app->socket().sending.release();
+            test::settle();
+            QCOMPARE(state().sessionStatus(), SessionStatus::idle);
+        }
     }
 
     void namesTheSource_data()
