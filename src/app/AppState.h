@@ -105,7 +105,7 @@ public:
     [[nodiscard]] Task<> verifyOtp();
     /// Opens the sign-in page in the browser, which comes back through handleAuthCallback().
     [[nodiscard]] Task<> beginGoogleLogin();
-    /// Takes the tokens of a sign-in callback; any other address is ignored.
+    /// Takes the tokens of a sign-in callback; any other address, and one of more than 64 Ki characters, is ignored.
     void handleAuthCallback(const QString& address);
     Q_INVOKABLE void logout();
     [[nodiscard]] bool isAuthenticated() const;

@@ -14,6 +14,9 @@ namespace {
 constexpr QLatin1StringView accessTokenAccount("access_token");
 constexpr QLatin1StringView refreshTokenAccount("refresh_token");
 
+/// Characters. Far more than two tokens need; any page can open an address of ours.
+constexpr qsizetype longestCallback = qsizetype{64} << 10U;
+
 BackendUser developmentUser(const BackendDevelopmentFlags& flags)
 {
     if (flags.disableAdminAuth) {
@@ -153,7 +156,7 @@ void AppState::handleAuthCallback(const QString& address)
 {
     // Judged as text: a parsed address has lost the letter case of its scheme and host.
     static const QRegularExpression callback(u"^quorvel://([^/?#@]*@)?auth(:[0-9]*)?([/?#]|$)"_s);
-    if (!callback.match(address).hasMatch()) {
+    if (address.size() > longestCallback || !callback.match(address).hasMatch()) {
         return;
     }
     const QUrlQuery query{QUrl(address)};

@@ -236,6 +236,9 @@ private Q_SLOTS:
         QTest::newRow("other scheme") << u"https://auth"_s + tokens << QByteArray() << false;
         QTest::newRow("no host") << u"quorvel:auth"_s + tokens << QByteArray() << false;
         QTest::newRow("nothing") << QString() << QByteArray() << false;
+        QTest::newRow("oversized") << u"quorvel://auth"_s + tokens + QString(1'000'000, u'x') << QByteArray() << false;
+        QTest::newRow("broken encoding") << u"quorvel://auth?accessToken=%ZZ&refreshToken=r"_s << QByteArray("%ZZ")
+                                         << false;
     }
 
     void takesCallbacks()
