@@ -4,9 +4,11 @@ a window titled like a meeting. The application is driven through its accessibil
 import json
 import os
 import pathlib
+import shutil
 import signal
 import socket
 import subprocess
+import sys
 import time
 
 from desktop_driver import Application, Atspi, NotThere, wait_for
@@ -183,3 +185,21 @@ class Interview:
         for process in self.processes.values():
             process.kill()
             process.wait()
+
+
+def hold(usage, course):
+    """The main function of a script: holds one interview with its two arguments, and exits with 1 when `course` fails."""
+    if len(sys.argv) != 3:
+        sys.exit(usage)
+    output = pathlib.Path(sys.argv[2]).resolve()
+    shutil.rmtree(output, ignore_errors=True)
+    output.mkdir(parents=True)
+    interview = Interview(pathlib.Path(sys.argv[1]).resolve(), output)
+    try:
+        course(interview)
+    except (NotThere, subprocess.SubprocessError) as error:
+        interview.screenshot("failed")
+        print(f"Not as expected: {error}.\nOn the screen:\n{interview.application.description()}", file=sys.stderr)
+        sys.exit(1)
+    finally:
+        interview.close()
