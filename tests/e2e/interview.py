@@ -115,12 +115,15 @@ class Interview:
         app.wait("Session: Running")
         self.note("session", "running")
 
-    def play(self):
-        """Lets the player go on."""
+    def command_player(self, *command):
         with socket.socket(socket.AF_UNIX) as connection:
             connection.connect(str(self.output / "player.socket"))
-            connection.sendall(b'{"command": ["set_property", "pause", false]}\n')
+            connection.sendall(json.dumps({"command": command}).encode() + b"\n")
             connection.recv(1024)
+
+    def play(self):
+        """Lets the player go on."""
+        self.command_player("set_property", "pause", False)
         self.player_start = time.monotonic()
         self.note("player", "speaks")
 
