@@ -18,8 +18,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 using namespace quorvel;
 using namespace Qt::StringLiterals;
@@ -96,6 +99,33 @@ private:
     int m_resets = 0;
 };
 
+/// What the benchmark library does not tell: how long the slow ones of its iterations took.
+class Percentiles
+{
+public:
+    template <typename Work>
+    void measure(const Work& work)
+    {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        m_microseconds.push_back(
+            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+    }
+
+    void report(benchmark::State& state)
+    {
+        std::ranges::sort(m_microseconds);
+        const auto at = [this](std::size_t percent) {
+            return m_microseconds[(m_microseconds.size() - 1) * percent / 100];
+        };
+        state.counters["p50_us"] = at(50);
+        state.counters["p95_us"] = at(95);
+    }
+
+private:
+    std::vector<double> m_microseconds;
+};
+
 QString line(int number)
 {
     return u"Line %1 of a long meeting in which everybody has a lot to say and says it."_s.arg(number);
@@ -110,10 +140,14 @@ void appendTurn(benchmark::State& state)
     }
     Stage stage("import Quorvel.Views\nTranscriptView {}", {{u"store"_s, QVariant::fromValue(&store)}});
     const RowCounter rows(*store.turnsModel());
+    Percentiles percentiles;
     for (auto iteration : state) {
-        store.append(line(number++), TranscriptTurn::Kind::final);
-        stage.paint();
+        percentiles.measure([&] {
+            store.append(line(number++), TranscriptTurn::Kind::final);
+            stage.paint();
+        });
     }
+    percentiles.report(state);
     rows.report(state);
 }
 
@@ -133,12 +167,16 @@ void appendTurnWithReset(benchmark::State& state)
                 "delegate: TranscriptRow { width: ListView.view.width } } }",
                 {{u"model"_s, QVariant::fromValue<QAbstractItemModel*>(&list)}});
     const RowCounter rows(list);
+    Percentiles percentiles;
     for (auto iteration : state) {
-        lines.pop_front();
-        lines.push_back(line(number++));
-        list.reset(lines);
-        stage.paint();
+        percentiles.measure([&] {
+            lines.pop_front();
+            lines.push_back(line(number++));
+            list.reset(lines);
+            stage.paint();
+        });
     }
+    percentiles.report(state);
     rows.report(state);
 }
 
@@ -155,10 +193,14 @@ void takeInSuggestion(benchmark::State& state)
     }
     Stage stage("import Quorvel.Views\nSuggestionsPanel {}", {{u"engine"_s, QVariant::fromValue(&engine)}});
     const RowCounter rows(*engine.historyModel());
+    Percentiles percentiles;
     for (auto iteration : state) {
-        takeIn();
-        stage.paint();
+        percentiles.measure([&] {
+            takeIn();
+            stage.paint();
+        });
     }
+    percentiles.report(state);
     rows.report(state);
 }
 
@@ -170,10 +212,14 @@ void writePartialText(benchmark::State& state)
         store.append(line(number++), TranscriptTurn::Kind::final);
     }
     Stage stage("import Quorvel.Views\nTranscriptView {}", {{u"store"_s, QVariant::fromValue(&store)}});
+    Percentiles percentiles;
     for (auto iteration : state) {
-        store.setPartialText(line(number++));
-        stage.paint();
+        percentiles.measure([&] {
+            store.setPartialText(line(number++));
+            stage.paint();
+        });
     }
+    percentiles.report(state);
 }
 
 } // namespace

@@ -190,6 +190,18 @@ class Interview:
             process.wait()
 
 
+def wrong_words(spoken, heard):
+    """The least number of words to insert, delete or replace."""
+    spoken = "".join(character for character in spoken.lower() if character.isalnum() or character == " ").split()
+    heard = heard.lower().split()
+    row = list(range(len(heard) + 1))
+    for line, word in enumerate(spoken, 1):
+        previous, row[0] = row[0], line
+        for column, other in enumerate(heard, 1):
+            previous, row[column] = row[column], min(row[column] + 1, row[column - 1] + 1, previous + (word != other))
+    return row[-1], len(spoken)
+
+
 def hold(usage, course):
     """The main function of a script: holds one interview with its two arguments, and exits with 1 when `course` fails."""
     if len(sys.argv) != 3:

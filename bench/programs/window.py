@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Start to first frame, resident memory and idle processor time of the application's window, beside a bare window.
 
-usage: measure-window PROGRAMS [RUNS]
+usage: window.py PROGRAMS [RUNS]
 
 PROGRAMS is the folder of quorvel, quorvel-backend and bare_window, built optimised. Runs inside tests/support/headless-desktop. Both
 windows are drawn in software; the application shows its first screen. Medians of RUNS starts (10).
@@ -36,24 +36,21 @@ def first_frame(program):
 
 
 def at_rest(program):
-    """Resident bytes, and milliseconds of processor time in IDLE_SECONDS."""
+    """Resident megabytes, and milliseconds of processor time in IDLE_SECONDS."""
     quiet = {name: value for name, value in ENVIRONMENT.items() if name != "QT_LOGGING_RULES"}
     process = subprocess.Popen([program], env=quiet, stderr=subprocess.DEVNULL)
     time.sleep(SETTLED_SECONDS)
     before = processor_seconds(process.pid)
     time.sleep(IDLE_SECONDS)
     used = (processor_seconds(process.pid) - before) * 1000
-    resident = resident_bytes(process.pid)
+    resident = resident_bytes(process.pid) / 1e6
     process.terminate()
     process.wait()
     return resident, used
 
 
-def main():
-    if len(sys.argv) not in (2, 3):
-        sys.exit(__doc__)
-    programs = pathlib.Path(sys.argv[1]).resolve()
-    runs = int(sys.argv[2]) if len(sys.argv) == 3 else 10
+def measure(programs, runs=10):
+    """By program: the milliseconds of each start, resident megabytes, idle milliseconds."""
     with tempfile.TemporaryDirectory() as state:
         backend = subprocess.Popen([programs / "quorvel-backend", "--state-dir", state], stderr=subprocess.DEVNULL)
         starts = {"quorvel": [], "bare_window": []}
@@ -61,14 +58,21 @@ def main():
         for _ in range(runs):
             for name, times in starts.items():
                 times.append(first_frame(programs / name))
-        print("| | first frame, ms (median, least, most) | resident, MB | processor time in "
-              f"{IDLE_SECONDS} s of rest, ms |\n|---|---|---|---|")
-        for name, times in starts.items():
-            resident, used = at_rest(programs / name)
-            print(f"| {name} | {statistics.median(times):.0f}, {min(times):.0f}, {max(times):.0f} | {resident / 1e6:.1f} |"
-                  f" {used:.0f} |")
+        result = {name: (times, *at_rest(programs / name)) for name, times in starts.items()}
         backend.terminate()
         backend.wait()
+    return result
 
 
-main()
+def main():
+    if len(sys.argv) not in (2, 3):
+        sys.exit(__doc__)
+    print("| | first frame, ms (median, least, most) | resident, MB | processor time in "
+          f"{IDLE_SECONDS} s of rest, ms |\n|---|---|---|---|")
+    for name, (times, resident, used) in measure(pathlib.Path(sys.argv[1]).resolve(), *map(int, sys.argv[2:])).items():
+        print(f"| {name} | {statistics.median(times):.0f}, {min(times):.0f}, {max(times):.0f} | {resident:.1f} |"
+              f" {used:.0f} |")
+
+
+if __name__ == "__main__":
+    main()

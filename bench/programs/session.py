@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Memory and processor time of the application, the backend and the audio server over a long session.
 
-usage: measure-session PROGRAMS OUTPUT MINUTES
+usage: session.py PROGRAMS OUTPUT MINUTES
 
 PROGRAMS is the folder of quorvel and quorvel-backend, built optimised. Runs inside tests/support/headless-desktop: a media
 player repeats its questions, and the application's window shows the transcript and the suggestions all the time. OUTPUT
@@ -17,8 +17,8 @@ import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/e2e"))
-from interview import Interview, NotThere, hold  # noqa: E402
-from processes import processor_seconds, resident_bytes  # noqa: E402
+from interview import NotThere, hold
+from processes import processor_seconds, resident_bytes
 
 SAMPLE_SECONDS = 10
 # Lists, caches and the backend's recogniser have their size by then.
@@ -75,16 +75,20 @@ def report(names, rows):
               f"({min(share):.2f}, {max(share):.2f}) |")
 
 
-def run(interview, minutes):
+def begin(interview):
+    """From the first start to a session in which the questions are repeated for ever."""
     interview.start_everything()
     interview.set_up()
     interview.command_player("set_property", "loop-file", "inf")
     interview.listen()
     interview.play()
+
+
+def run(interview, minutes):
+    begin(interview)
     names, rows = watch(interview, minutes)
     if interview.application.find("Session: Running") is None:
         raise NotThere("a running session")
-    interview.note("shown", f"{len(interview.turns())} turns, {len(interview.suggestions())} suggestions")
     interview.screenshot("at-the-end")
     interview.stop_listening()
     status = interview.end("quorvel")
@@ -94,7 +98,8 @@ def run(interview, minutes):
     report(names, rows)
 
 
-if len(sys.argv) != 4:
-    sys.exit(__doc__)
-length = float(sys.argv.pop())
-hold(__doc__, lambda interview: run(interview, length))
+if __name__ == "__main__":
+    if len(sys.argv) != 4:
+        sys.exit(__doc__)
+    length = float(sys.argv.pop())
+    hold(__doc__, lambda interview: run(interview, length))
