@@ -103,7 +103,9 @@ Task<Result<QUrl>> BackendRealtimeClient::googleStartURL()
         co_return std::unexpected(response.error());
     }
     const QUrl url(response->url, QUrl::StrictMode);
-    if (!url.isValid() || url.isEmpty()) {
+    // It is opened with whatever the desktop has for its scheme, which is to be a browser.
+    const bool isWebPage = (url.scheme() == u"https" || url.scheme() == u"http") && !url.host().isEmpty();
+    if (!url.isValid() || !isWebPage) {
         co_return std::unexpected(backendInvalidResponseFailure());
     }
     co_return url;

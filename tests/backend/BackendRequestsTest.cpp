@@ -203,6 +203,10 @@ private Q_SLOTS:
             u"https://a.example/start?x=1"_s);
         row("google, no URL", googleStartURL(), "200 OK", R"({"url":"http://[bad"})",
             u"!Backend returned an invalid response."_s);
+        row("google, no web page", googleStartURL(), "200 OK", R"({"url":"file:///etc/passwd"})",
+            u"!Backend returned an invalid response."_s);
+        row("google, no host", googleStartURL(), "200 OK", R"({"url":"/start"})",
+            u"!Backend returned an invalid response."_s);
         row("google, empty", googleStartURL(), "200 OK", R"({"url":""})", u"!Backend returned an invalid response."_s);
         row("profile", extractProfile(file), "200 OK",
             R"({"resumeSummary":"s","keyterms":["a","b"],"characterCount":5})", u"s a,b 5"_s);
