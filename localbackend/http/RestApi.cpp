@@ -8,6 +8,8 @@
 #include "support/Secrets.h"
 #include "support/Text.h"
 
+#include <boost/asio/ip/address.hpp>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -22,6 +24,20 @@ namespace {
 constexpr std::size_t longestEmail = 254; // RFC 5321
 constexpr std::chrono::minutes consentLifetime{10};
 constexpr std::size_t mostConsents = 1000;
+
+/// Whether a Host header names an address or this machine, with or without a port. Any other name is one that somebody
+/// else may have made to point here.
+bool namesAnAddress(std::string_view host)
+{
+    const auto port = host.rfind(':');
+    if (port != std::string_view::npos && host.find(']', port) == std::string_view::npos)
+        host = host.substr(0, port);
+    if (host.starts_with('[') && host.ends_with(']'))
+        host = host.substr(1, host.size() - 2);
+    boost::system::error_code error;
+    boost::asio::ip::make_address(host, error);
+    return !error || lowerCased(host) == "localhost";
+}
 
 /// Enough to tell a typing error; whether the address exists is not this server's business.
 bool looksLikeEmail(std::string_view text)
@@ -195,7 +211,10 @@ std::optional<HttpResponse> RestApi::refuseOrigin(const HttpHeader& header)
 {
     const std::string_view origin = header[http::field::origin];
     const std::string_view host = header[http::field::host];
-    if (!origin.empty() && origin != "http://" + std::string(host) && origin != "https://" + std::string(host))
+    if (origin.empty())
+        return std::nullopt;
+    const bool isOwn = origin == "http://" + std::string(host) || origin == "https://" + std::string(host);
+    if (!isOwn || !namesAnAddress(host))
         return failureResponse({Fault::Forbidden, "Requests from other web pages are not accepted."});
     return std::nullopt;
 }

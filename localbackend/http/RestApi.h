@@ -49,7 +49,8 @@ public:
     /// Judges a request by its header alone, before its body is read: an answer when it is refused at once, else none.
     [[nodiscard]] static std::optional<HttpResponse> refuse(const HttpHeader& header);
 
-    /// Refuses what a web page of another origin sends; native clients send no Origin.
+    /// Refuses what a web page of another origin sends, or one whose host's name was made to point to this machine (DNS
+    /// rebinding): only an address and "localhost" are names of ours. Native clients send no Origin.
     [[nodiscard]] static std::optional<HttpResponse> refuseOrigin(const HttpHeader& header);
 
     /// The largest body that a request with this header may have.

@@ -241,6 +241,36 @@ private Q_SLOTS:
         QCOMPARE(request(server.port(), "GET /api/health").status, 200);
     }
 
+    /// A page may call what it comes from, by an address or as this machine, and by no name that others can give it.
+    void pagesAreKnownByTheirHost_data()
+    {
+        QTest::addColumn<QByteArray>("host");
+        QTest::addColumn<QByteArray>("originHost");
+        QTest::addColumn<int>("status");
+        const auto row = [](const char* host, const char* originHost, int status) {
+            QTest::addRow("%s from %s", host, originHost) << QByteArray(host) << QByteArray(originHost) << status;
+        };
+        row("127.0.0.1:8787", "127.0.0.1:8787", 200);
+        row("localhost", "localhost", 200);
+        row("[::1]:8787", "[::1]:8787", 200);
+        row("[::1]", "[::1]", 200);
+        row("127.0.0.1:8787", "127.0.0.1:9999", 403);
+        row("evil.example:8787", "evil.example:8787", 403);
+        row("127.0.0.1.evil.example", "127.0.0.1.evil.example", 403);
+        row("localhost.evil.example", "localhost.evil.example", 403);
+        row("", "", 403);
+    }
+    void pagesAreKnownByTheirHost()
+    {
+        QFETCH(QByteArray, host);
+        QFETCH(QByteArray, originHost);
+        QFETCH(int, status);
+        const TestServer server;
+        const QByteArray bytes = "GET /api/health HTTP/1.1\r\nConnection: close\r\nHost: " + host +
+                                 "\r\nOrigin: http://" + originHost + "\r\n\r\n";
+        QCOMPARE(converse(server.port(), bytes.toStdString()).status, status);
+    }
+
     void formFields_data()
     {
         QTest::addColumn<QByteArray>("text");
