@@ -22,8 +22,12 @@ target_compile_options(quorvel_compiler_settings INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Werror>
     -fstack-protector-strong
     -fvisibility=hidden)
+# Both programs read what others send: what is installed keeps the C library's cheap checks, and nothing that the loader
+# has written can be written again. Fortification takes an optimised build and does not go with the sanitizers.
+target_link_options(quorvel_compiler_settings INTERFACE -Wl,-z,relro,-z,now)
 target_compile_definitions(quorvel_compiler_settings INTERFACE
     $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>
+    $<$<AND:$<NOT:$<CONFIG:Debug>>,$<STREQUAL:${QUORVEL_SANITIZERS},>>:_FORTIFY_SOURCE=2>
     QT_NO_CAST_FROM_ASCII
     QT_NO_CAST_TO_ASCII
     QT_NO_FOREACH
