@@ -24,7 +24,7 @@ FocusScope {
         ErrorBanner {
             Layout.fillWidth: true
             visible: view.appState.hasErrorMessage
-            message: view.appState.errorMessage
+            message: view.main.errorMessage
             offersRecovery: view.appState.capturePermissionRecoveryVisible
             onDismissed: view.appState.dismissError()
             onSettingsRequested: view.appState.openScreenRecordingSettings()

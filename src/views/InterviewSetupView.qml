@@ -76,7 +76,7 @@ FocusScope {
                     Layout.fillWidth: true
                     radius: Theme.radius
                     visible: view.appState.hasErrorMessage
-                    message: view.appState.errorMessage
+                    message: view.main.errorMessage
                     onDismissed: view.appState.dismissError()
                 }
 

@@ -6,6 +6,23 @@ using namespace Qt::StringLiterals;
 
 namespace quorvel {
 
+namespace {
+
+QString shown(const std::optional<QString>& message)
+{
+    if (!message) {
+        return {};
+    }
+    // More is not looked at: it may be megabytes.
+    const QString text = message->left(4 * MainViewModel::longestMessage).simplified();
+    if (text.isEmpty()) {
+        return u"Backend request failed."_s;
+    }
+    return text.size() <= MainViewModel::longestMessage ? text : text.left(MainViewModel::longestMessage) + u'\u2026';
+}
+
+} // namespace
+
 MainViewModel::MainViewModel(AppState& state)
     : ViewModel(state)
     , m_interviewSetup(state)
@@ -15,6 +32,7 @@ MainViewModel::MainViewModel(AppState& state)
     observe(&AppState::backendAvailabilityChanged, &AppState::isAuthenticatedChanged,
             &AppState::needsInterviewSetupChanged, &AppState::showInterviewSetupChanged,
             &AppState::backendConnectionStatusChanged, &AppState::authMessageChanged);
+    connect(&state, &AppState::errorMessageChanged, this, &MainViewModel::errorMessageChanged);
 }
 
 MainViewModel::Screen MainViewModel::screen() const
@@ -109,9 +127,14 @@ bool MainViewModel::isConnected() const
     return appState()->backendConnectionStatus() == BackendConnectionStatus::connected;
 }
 
+QString MainViewModel::errorMessage() const
+{
+    return shown(appState()->errorMessage());
+}
+
 QString MainViewModel::authMessage() const
 {
-    return appState()->authMessage().value_or(QString());
+    return shown(appState()->authMessage());
 }
 
 void MainViewModel::requestOtp()

@@ -29,6 +29,7 @@ class MainViewModel final : public quorvel::ViewModel
     Q_PROPERTY(QString connectionText READ connectionText NOTIFY changed)
     Q_PROPERTY(bool isConnected READ isConnected NOTIFY changed)
     Q_PROPERTY(QString authMessage READ authMessage NOTIFY changed)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
 
 public:
     enum class Screen : std::uint8_t { serverConnection, authGate, interviewSetup, dashboard };
@@ -66,16 +67,24 @@ public:
     [[nodiscard]] QString connectionText() const;
     [[nodiscard]] bool isConnected() const;
 
+    // Messages, of which many are a server's own words: empty while there is nothing to say. What has no end is cut, so
+    // that the rest of the screen stays in reach, and what has no words gets some.
+
+    /// Characters.
+    static constexpr qsizetype longestMessage = 600;
+    [[nodiscard]] QString errorMessage() const;
+    [[nodiscard]] QString authMessage() const;
+
     // Sign-in.
 
-    /// Empty while there is nothing to say.
-    [[nodiscard]] QString authMessage() const;
     Q_INVOKABLE void requestOtp();
     Q_INVOKABLE void verifyOtp();
     Q_INVOKABLE void beginGoogleLogin();
 
 Q_SIGNALS:
     void sideWidthChanged();
+    /// Apart from the others, as a screen that is being made can bring a message, and must not be chosen anew for that.
+    void errorMessageChanged();
 
 private:
     InterviewSetupViewModel m_interviewSetup;

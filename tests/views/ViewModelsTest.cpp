@@ -77,6 +77,35 @@ private Q_SLOTS:
         QCOMPARE(m_main->screen(), MainViewModel::Screen::serverConnection);
     }
 
+    void keepsMessagesReadable_data()
+    {
+        QTest::addColumn<QByteArray>("refusal");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("sentence") << QByteArray("Too many.") << u"Too many."_s;
+        QTest::newRow("with whitespace") << QByteArray("\n Too many.\r\n") << u"Too many."_s;
+        QTest::newRow("nothing") << QByteArray() << u"Backend request failed."_s;
+        QTest::newRow("whitespace") << QByteArray("\n\n") << u"Backend request failed."_s;
+        QTest::newRow("lines") << QByteArray("<html>\n\n\n<p>No") << u"<html> <p>No"_s;
+        QTest::newRow("a whole page") << QByteArray(1'000'000, 'a')
+                                      << QString(MainViewModel::longestMessage, u'a') + u'\u2026';
+    }
+
+    void keepsMessagesReadable()
+    {
+        QFETCH(QByteArray, refusal);
+        m_app->urlSession->answer(u"/api/auth/otp/request"_s, 500, refusal);
+        m_app->urlSession->answer(u"/api/profile/extract"_s, 500, refusal);
+        create();
+        QCOMPARE(m_main->authMessage(), QString());
+        QCOMPARE(m_main->errorMessage(), QString());
+        state().setAuthEmail(u"a@b.example"_s);
+        m_main->requestOtp();
+        m_main->interviewSetup()->extractResume(QUrl(u"file:///resume.pdf"_s));
+        QTRY_VERIFY(!m_main->authMessage().isEmpty() && !m_main->errorMessage().isEmpty());
+        QTEST(m_main->authMessage(), "message");
+        QTEST(m_main->errorMessage(), "message");
+    }
+
     void allowsWhatTheSessionAllows_data()
     {
         QTest::addColumn<QByteArray>("phase");
