@@ -46,14 +46,14 @@ Item {
             text: view.viewState.overlayText
             textFormat: Text.PlainText
             color: view.primaryColor
-            font.pixelSize: 21
+            font.pixelSize: view.viewState.fittingPixelSize(text, Qt.font({
+                pixelSize: 21,
+                weight: Font.DemiBold
+            }), Qt.size(width, height))
             font.weight: Font.DemiBold
-            // Down to 68 % of the size, and cut short only when even that is too large.
             // Keeps letters apart from those of a document that shines through.
             style: view.isTranslucent ? Text.Outline : Text.Normal
             styleColor: "#16181D"
-            fontSizeMode: Text.Fit
-            minimumPixelSize: 15
             wrapMode: Text.Wrap
             maximumLineCount: 4
             elide: Text.ElideRight

@@ -1,6 +1,9 @@
 #include "overlay/OverlayViewState.h"
 
+#include <QTextLayout>
+
 #include <chrono>
+#include <cmath>
 #include <tuple>
 #include <utility>
 
@@ -9,6 +12,8 @@ using namespace Qt::StringLiterals;
 namespace quorvel {
 
 namespace {
+
+constexpr int mostLines = 4;
 
 QString textFor(const OverlayInput& input, Timestamp now)
 {
@@ -28,6 +33,25 @@ QString iconFor(const OverlayInput& input, Timestamp now)
     }
     // The session's status plays no part: sound that was heard just now still shows after a stop.
     return isAudioArriving(input.lastAudioAt, now) ? u"waveform"_s : u"pause.circle"_s;
+}
+
+bool fits(const QString& text, const QFont& font, QSizeF room)
+{
+    QTextLayout layout(text, font);
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    int lines = 0;
+    double height = 0;
+    for (QTextLine line = layout.createLine(); line.isValid() && lines <= mostLines; line = layout.createLine()) {
+        line.setLeadingIncluded(true);
+        line.setLineWidth(room.width());
+        height += std::ceil(line.height());
+        ++lines;
+    }
+    layout.endLayout();
+    return lines <= mostLines && height <= room.height();
 }
 
 } // namespace
@@ -58,6 +82,21 @@ void OverlayViewState::update(const OverlayInput& input, Timestamp now)
     m_shouldRespond = input.shouldRespond;
     m_isWorking = input.isWorking;
     Q_EMIT changed();
+}
+
+int OverlayViewState::fittingPixelSize(const QString& text, QFont font, QSizeF room)
+{
+    // No display shows more in four lines, and a server may send a megabyte.
+    const QString lines = text.left(4096).replace(u'\n', QChar::LineSeparator);
+    const int largest = font.pixelSize();
+    const int smallest = static_cast<int>(std::ceil(largest * 0.68));
+    for (int size = largest; size > smallest; --size) {
+        font.setPixelSize(size);
+        if (fits(lines, font, room)) {
+            return size;
+        }
+    }
+    return smallest;
 }
 
 } // namespace quorvel

@@ -2,7 +2,9 @@
 
 #include "platform/Clock.h"
 
+#include <QFont>
 #include <QObject>
+#include <QSizeF>
 #include <QString>
 
 #include <optional>
@@ -43,6 +45,11 @@ public:
     [[nodiscard]] const QString& overlayIcon() const { return m_overlayIcon; }
     [[nodiscard]] bool shouldRespond() const { return m_shouldRespond; }
     [[nodiscard]] bool isWorking() const { return m_isWorking; }
+
+    /// The largest size in pixels, from the font's own down to 68 % of it, in which the wrapped text takes four lines
+    /// and the room (points) at most; the smallest of them when none does. The toolkit's own way to fit a text looks at
+    /// the lines that it keeps, not at those that it cuts off, and stops too early.
+    [[nodiscard]] Q_INVOKABLE static int fittingPixelSize(const QString& text, QFont font, QSizeF room);
 
 Q_SIGNALS:
     /// At most once for each update, and only if something is different.
