@@ -53,7 +53,8 @@ int serve()
             const auto now = std::chrono::steady_clock::now();
             const auto isLoud = [](std::int16_t sample) { return std::abs(sample) > 3000; };
             const std::span samples(static_cast<const std::int16_t*>(buffer.cdata().data()), buffer.size() / 2);
-            if (stream.got_binary() && now - last > 100ms && std::ranges::any_of(samples, isLoud)) {
+            if (stream.got_binary() && now - last > std::chrono::milliseconds(100) &&
+                std::ranges::any_of(samples, isLoud)) {
                 last = now;
                 std::printf("%lld\n", static_cast<long long>(std::chrono::nanoseconds(now.time_since_epoch()).count()));
                 std::fflush(stdout);
